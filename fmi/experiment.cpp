@@ -1,0 +1,121 @@
+// From instantiated to the stepping state: the experiment's times and initialization mode.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "fmi/call_rules.h"
+#include "fmi/fmi2.h"
+#include "fmi/fmu_callback2.h"
+#include "fmi/log.h"
+#include "plant/plant_link.h"
+#include "resources/model_generation.h"
+#include "resources/parameter_files.h"
+#include "resources/resource_location.h"
+
+namespace {
+
+constexpr std::string_view resultExtension = ".mrf";
+constexpr std::string_view defaultResultFile = "fmu.mrf";
+
+void zeroValues(FmuInstance* instance) {
+    std::fill_n(instance->realValues, instance->nReal, 0.0);
+    std::fill_n(instance->integerValues, instance->nInteger, 0);
+    std::fill_n(instance->booleanValues, instance->nBoolean, fmi2False);
+}
+
+/// Writes folder, slash, name and extension, of which folder and extension may be empty; false when the buffer of the
+/// result file's name is too small.
+bool storeResultFile(char* buffer, std::string_view folder, std::string_view name, std::string_view extension) {
+    const std::string_view slash = folder.empty() ? "" : "/";
+    if (folder.size() + slash.size() + name.size() + extension.size() >= pathBufferSize) return false;
+
+    for (std::string_view piece : {folder, slash, name, extension}) buffer += piece.copy(buffer, piece.size());
+    *buffer = '\0';
+    return true;
+}
+
+/// The result file: string variable 0, else the parameter file's, else a constant. A bare name is put into the
+/// resources, by the location as the master gave it. False, with a message, when it does not fit.
+bool chooseResultFile(FmuInstance* instance) {
+    std::string_view name = parameterText(g_fmu_par, g_fmu_par.outputName);
+    std::string_view extension;
+    if (instance->stringValues != nullptr && instance->stringValues[0] != nullptr) {
+        name = instance->stringValues[0];
+        if (name.find(resultExtension) == std::string_view::npos) extension = resultExtension;
+    } else if (name.empty()) {
+        name = defaultResultFile;
+    }
+
+    const bool bare = name.find_first_of("/\\") == std::string_view::npos;
+    const std::string_view folder = bare ? g_fmu_resource_location : "";
+    if (instance->resultFileName == nullptr) {
+        logSetupError(instance, "fmi2EnterInitializationMode: Unable allocating memory.");
+        return false;
+    }
+    if (!storeResultFile(instance->resultFileName, folder, name, extension)) {
+        logSetupError(instance, "fmi2EnterInitializationMode: Result file name is too long.");
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+fmi2Status fmi2SetupExperiment(fmi2Component handle, fmi2Boolean toleranceDefined, fmi2Real tolerance,
+                               fmi2Real startTime, fmi2Boolean stopTimeDefined, fmi2Real stopTime) {
+    FmuInstance* instance = instanceOf(handle);
+    if (invalidState(instance, rules::setupExperiment)) return fmi2Error;
+
+    if (isCategoryLogged(instance, logFmiCall))
+        logMessage(instance, fmi2OK, logCategoriesNames[logFmiCall],
+                   "fmi2SetupExperiment: toleranceDefined=%d tolerance=%g", toleranceDefined, tolerance);
+
+    // Kept: this text for a start time other than 0, which is stored all the same.
+    if (startTime != 0.0)
+        logMessage(instance, fmi2Error, logCategoriesNames[logError], "fmi2SetString: Out of memory.");
+
+    instance->time = startTime;
+    instance->stopTimeDefined = stopTimeDefined;
+    instance->stopTime = stopTime;
+    if (stopTimeDefined) instance->endTime = stopTime;
+    return fmi2OK;
+}
+
+fmi2Status fmi2EnterInitializationMode(fmi2Component handle) {
+    FmuInstance* instance = instanceOf(handle);
+    if (invalidState(instance, rules::enterInitializationMode)) return fmi2Error;
+
+    traceCall(instance, rules::enterInitializationMode.name);
+
+    if (fmu_generate_xml(g_fmu_resource_location, instance) != 0) return fmi2Error;
+    zeroValues(instance);
+    if (!chooseResultFile(instance)) return fmi2Error;
+
+    instance->plant = TSplant_Instantiate(instance);
+    if (instance->plant == nullptr) {
+        // Kept: the instance is released here, and the master must not free it again. Many do, hence the memory of it.
+        rememberReleased(instance);
+        freeInstance(instance);
+        return fmi2Error;
+    }
+
+    instance->state = stateInitializationMode;
+    return fmi2OK;
+}
+
+fmi2Status fmi2ExitInitializationMode(fmi2Component handle) {
+    FmuInstance* instance = instanceOf(handle);
+    if (invalidState(instance, rules::exitInitializationMode)) return fmi2Error;
+
+    traceCall(instance, rules::exitInitializationMode.name);
+
+    instance->dirtyValues = fmi2False;
+    if (instance->fmuType == fmi2ModelExchange) {
+        instance->state = stateEventMode;
+        instance->newEventIteration = fmi2True;
+    } else {
+        instance->state = stateStepComplete;
+    }
+    return fmi2OK;
+}

@@ -1,0 +1,39 @@
+// The handles whose instances were released before the master asked for it. Masters differ in what they call on them:
+// fmi2FreeInstance, fmi2Terminate, or the whole rest of the run.
+#include <array>
+#include <atomic>
+
+#include "fmi/call_rules.h"
+
+namespace {
+
+std::array<std::atomic<const void*>, 64> releasedHandles;
+std::atomic<std::size_t> nRemembered{0}; // ever remembered: 0 keeps the usual case at one test
+
+bool isReleased(const void* handle) {
+    if (nRemembered.load(std::memory_order_acquire) == 0) return false;
+
+    for (const auto& released : releasedHandles)
+        if (released.load(std::memory_order_relaxed) == handle) return true;
+    return false;
+}
+
+} // namespace
+
+FmuInstance* instanceOf(fmi2Component handle) {
+    return handle == nullptr || isReleased(handle) ? nullptr : static_cast<FmuInstance*>(handle);
+}
+
+void rememberReleased(const FmuInstance* instance) {
+    const std::size_t position = nRemembered.fetch_add(1, std::memory_order_acq_rel);
+    releasedHandles[position % releasedHandles.size()].store(instance, std::memory_order_relaxed);
+}
+
+void forgetReleased(const FmuInstance* instance) {
+    if (!isReleased(instance)) return;
+
+    for (auto& released : releasedHandles) {
+        const void* expected = instance;
+        released.compare_exchange_strong(expected, nullptr, std::memory_order_relaxed);
+    }
+}

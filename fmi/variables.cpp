@@ -1,0 +1,213 @@
+// Moving values between the master and the value arrays. A value reference is the index into the array of its type.
+#include <cstring>
+
+#include "fmi/allocation.h"
+#include "fmi/call_rules.h"
+#include "fmi/fmi2.h"
+#include "fmi/fmu_callback2.h"
+#include "fmi/log.h"
+
+namespace {
+
+/// The bare facts of each type, for the getter and the setter below. `dirtyAfterGet` is what a raised dirty flag
+/// becomes. Kept: the getters print a reference with %u, the setters with %d.
+
+struct Reals {
+    using Value = fmi2Real;
+    static constexpr const CallRule& getRule = rules::getReal;
+    static constexpr const CallRule& setRule = rules::setReal;
+    static constexpr fmi2Boolean dirtyAfterGet = fmi2True; // Kept: only this getter leaves the flag raised.
+
+    static std::uint32_t count(const FmuInstance* instance) { return instance->nReal; }
+    static double* array(const FmuInstance* instance) { return instance->realValues; }
+
+    static void traceGet(const FmuInstance* instance, fmi2ValueReference vr, Value value) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2GetReal: #r%u# = %.16g", vr, value);
+    }
+    static void traceCount(const FmuInstance* instance, int nvr) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2SetReal: nvr = %d", nvr);
+    }
+    static void traceSet(const FmuInstance* instance, fmi2ValueReference vr, Value value) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2SetReal: #r%d# = %.16g", vr, value);
+    }
+};
+
+struct Integers {
+    using Value = fmi2Integer;
+    static constexpr const CallRule& getRule = rules::getInteger;
+    static constexpr const CallRule& setRule = rules::setInteger;
+    static constexpr fmi2Boolean dirtyAfterGet = fmi2False;
+
+    static std::uint32_t count(const FmuInstance* instance) { return instance->nInteger; }
+    static fmi2Integer* array(const FmuInstance* instance) { return instance->integerValues; }
+
+    static void traceGet(const FmuInstance* instance, fmi2ValueReference vr, Value value) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2GetInteger: #i%u# = %d", vr, value);
+    }
+    static void traceCount(const FmuInstance* instance, int nvr) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2SetInteger: nvr = %d", nvr);
+    }
+    static void traceSet(const FmuInstance* instance, fmi2ValueReference vr, Value value) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2SetInteger: #i%d# = %d", vr, value);
+    }
+};
+
+struct Booleans {
+    using Value = fmi2Boolean;
+    static constexpr const CallRule& getRule = rules::getBoolean;
+    static constexpr const CallRule& setRule = rules::setBoolean;
+    static constexpr fmi2Boolean dirtyAfterGet = fmi2False;
+
+    static std::uint32_t count(const FmuInstance* instance) { return instance->nBoolean; }
+    static fmi2Boolean* array(const FmuInstance* instance) { return instance->booleanValues; }
+
+    static const char* nameOf(Value value) { return value ? "true" : "false"; }
+    static void traceGet(const FmuInstance* instance, fmi2ValueReference vr, Value value) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2GetBoolean: #b%u# = %s", vr, nameOf(value));
+    }
+    static void traceCount(const FmuInstance* instance, int nvr) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2SetBoolean: nvr = %d", nvr);
+    }
+    static void traceSet(const FmuInstance* instance, fmi2ValueReference vr, Value value) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2SetBoolean: #b%d# = %s", vr, nameOf(value));
+    }
+};
+
+/// A null text reaches the master's logger as it is.
+struct Strings {
+    using Value = fmi2String;
+    static constexpr const CallRule& getRule = rules::getString;
+    static constexpr const CallRule& setRule = rules::setString;
+    static constexpr fmi2Boolean dirtyAfterGet = fmi2False;
+
+    static std::uint32_t count(const FmuInstance* instance) { return instance->nString; }
+    static char** array(const FmuInstance* instance) { return instance->stringValues; }
+
+    static void traceGet(const FmuInstance* instance, fmi2ValueReference vr, Value value) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2GetString: #s%u# = '%s'", vr, value);
+    }
+    static void traceCount(const FmuInstance* instance, int nvr) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2SetString: nvr = %d", nvr);
+    }
+    static void traceSet(const FmuInstance* instance, fmi2ValueReference vr, Value value) {
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2SetString: #s%d# = '%s'", vr, value);
+    }
+};
+
+template <typename Value>
+bool store(FmuInstance* /*instance*/, Value& entry, Value value, std::size_t /*position*/) {
+    entry = value;
+    return true;
+}
+
+void clearString(FmuInstance* instance, char*& entry, std::size_t position) {
+    if (entry != nullptr) instance->functions->freeMemory(entry);
+    entry = nullptr;
+    if (isCategoryLogged(instance, logError))
+        logMessage(instance, fmi2Warning, "logError", "fmi2SetString: string argument value[%d] = NULL.",
+                   static_cast<int>(position));
+}
+
+/// Copies a text into the instance. Kept: a buffer is reused when the text that it holds is at least as long, whatever
+/// room it was allocated with.
+bool store(FmuInstance* instance, char*& entry, fmi2String value, std::size_t position) {
+    if (value == nullptr) {
+        clearString(instance, entry, position);
+        return true;
+    }
+
+    const std::size_t length = std::strlen(value);
+    if (entry == nullptr || std::strlen(entry) < length) {
+        if (entry != nullptr) instance->functions->freeMemory(entry);
+        entry = allocateArray<char>(*instance->functions, length + 1);
+    }
+    if (entry == nullptr) {
+        instance->state = stateError;
+        logMessage(instance, fmi2Error, "logError", "fmi2SetString: Out of memory.");
+        return false;
+    }
+    std::memmove(entry, value, length + 1); // the master may hand in a text that it got from this very buffer
+    return true;
+}
+
+template <typename Type>
+fmi2Status getValues(fmi2Component handle, const fmi2ValueReference vr[], std::size_t nvr,
+                     typename Type::Value value[]) {
+    FmuInstance* instance = instanceOf(handle);
+    if (instance == nullptr) return fmi2Error;
+    // Kept: without a variable of the type every call is accepted, before any check.
+    const std::uint32_t count = Type::count(instance);
+    if (count == 0) return fmi2OK;
+    if (invalidState(instance, Type::getRule)) return fmi2Error;
+    if (nvr == 0) return fmi2OK;
+    if (nullPointer(instance, Type::getRule.name, "vr[]", vr)) return fmi2Error;
+    if (nullPointer(instance, Type::getRule.name, "value[]", value)) return fmi2Error;
+
+    if (instance->dirtyValues) instance->dirtyValues = Type::dirtyAfterGet;
+    const bool traced = isCategoryLogged(instance, logFmiCall);
+    for (std::size_t n = 0; n < nvr; ++n) {
+        if (vrOutOfRange(instance, Type::getRule.name, vr[n], count)) return fmi2Error;
+        value[n] = Type::array(instance)[vr[n]];
+        if (traced) Type::traceGet(instance, vr[n], value[n]);
+    }
+    return fmi2OK;
+}
+
+template <typename Type>
+fmi2Status setValues(fmi2Component handle, const fmi2ValueReference vr[], std::size_t nvr,
+                     const typename Type::Value value[]) {
+    FmuInstance* instance = instanceOf(handle);
+    if (invalidState(instance, Type::setRule)) return fmi2Error;
+    if (nvr != 0 && nullPointer(instance, Type::setRule.name, "vr[]", vr)) return fmi2Error;
+    if (nvr != 0 && nullPointer(instance, Type::setRule.name, "value[]", value)) return fmi2Error;
+
+    const bool traced = isCategoryLogged(instance, logFmiCall);
+    if (traced) Type::traceCount(instance, static_cast<int>(nvr));
+
+    if (nvr == 0) return fmi2OK;
+    for (std::size_t n = 0; n < nvr; ++n) {
+        if (vrOutOfRange(instance, Type::setRule.name, vr[n], Type::count(instance))) return fmi2Error;
+        if (traced) Type::traceSet(instance, vr[n], value[n]);
+        if (!store(instance, Type::array(instance)[vr[n]], value[n], n)) return fmi2Error;
+    }
+    instance->dirtyValues = fmi2True;
+    return fmi2OK;
+}
+
+} // namespace
+
+fmi2Status fmi2GetReal(fmi2Component handle, const fmi2ValueReference vr[], size_t nvr, fmi2Real value[]) {
+    return getValues<Reals>(handle, vr, nvr, value);
+}
+
+fmi2Status fmi2GetInteger(fmi2Component handle, const fmi2ValueReference vr[], size_t nvr, fmi2Integer value[]) {
+    return getValues<Integers>(handle, vr, nvr, value);
+}
+
+fmi2Status fmi2GetBoolean(fmi2Component handle, const fmi2ValueReference vr[], size_t nvr, fmi2Boolean value[]) {
+    return getValues<Booleans>(handle, vr, nvr, value);
+}
+
+fmi2Status fmi2GetString(fmi2Component handle, const fmi2ValueReference vr[], size_t nvr, fmi2String value[]) {
+    return getValues<Strings>(handle, vr, nvr, value);
+}
+
+fmi2Status fmi2SetReal(fmi2Component handle, const fmi2ValueReference vr[], size_t nvr, const fmi2Real value[]) {
+    return setValues<Reals>(handle, vr, nvr, value);
+}
+
+fmi2Status fmi2SetInteger(fmi2Component handle, const fmi2ValueReference vr[], size_t nvr, const fmi2Integer value[]) {
+    return setValues<Integers>(handle, vr, nvr, value);
+}
+
+fmi2Status fmi2SetBoolean(fmi2Component handle, const fmi2ValueReference vr[], size_t nvr, const fmi2Boolean value[]) {
+    return setValues<Booleans>(handle, vr, nvr, value);
+}
+
+fmi2Status fmi2SetString(fmi2Component handle, const fmi2ValueReference vr[], size_t nvr, const fmi2String value[]) {
+    return setValues<Strings>(handle, vr, nvr, value);
+}
+
+fmi2Status setString(fmi2Component handle, fmi2ValueReference vr, fmi2String value) {
+    return fmi2SetString(handle, &vr, 1, &value);
+}

@@ -1,0 +1,94 @@
+#include "plant/access_object.h"
+
+#include <cstdlib>
+
+#include "fmi/fmu_instance.h"
+#include "resources/resource_location.h"
+#include "util/dynamic_library.h"
+
+namespace {
+
+FmuInstance& instanceOf(void* handle) { return *static_cast<FmuInstance*>(handle); }
+
+void freeText(char*& text) {
+    std::free(text);
+    text = nullptr;
+}
+
+} // namespace
+
+TScicosAccessFnc2::~TScicosAccessFnc2() {
+    // Kept: the strings go only together with a library, see the header.
+    if (libraryHandle_ == nullptr) return;
+
+    NuPLDyUnloadLibrary(libraryHandle_);
+    libraryHandle_ = nullptr;
+    freeText(inputPath_);
+    freeText(outputPath_);
+    freeText(subdllPath_);
+}
+
+// Kept: a path getter that is called again replaces the stored text without freeing the earlier one, which the solver
+// may still use.
+char* TScicosAccessFnc2::GetStringParamInputName(void* handle) {
+    return inputPath_ = convert_URI_to_path(instanceOf(handle).modelFilePath);
+}
+
+char* TScicosAccessFnc2::GetStringParamOutputName(void* handle) {
+    return outputPath_ = convert_URI_to_path(instanceOf(handle).resultFileName);
+}
+
+char* TScicosAccessFnc2::GetStringParamSubdllName(void* handle) {
+    return subdllPath_ = convert_URI_to_path(instanceOf(handle).subdllFilePath);
+}
+
+char* TScicosAccessFnc2::GetStringParamIPadress(void* handle) { return instanceOf(handle).ipAddress; }
+
+double TScicosAccessFnc2::GetFinalTimei(void* handle) { return instanceOf(handle).endTime; }
+
+int TScicosAccessFnc2::GetNumInputPorts(void* handle) { return static_cast<int>(instanceOf(handle).nInputPorts); }
+
+int TScicosAccessFnc2::GetNumOutputPorts(void* handle) { return static_cast<int>(instanceOf(handle).nOutputPorts); }
+
+int TScicosAccessFnc2::GetInputPortWidth(void* handle, int port) {
+    return static_cast<int>(instanceOf(handle).inputPortSize[port]);
+}
+
+int TScicosAccessFnc2::GetOutputPortWidth(void* handle, int port) {
+    return static_cast<int>(instanceOf(handle).outputPortSize[port]);
+}
+
+double* TScicosAccessFnc2::GetInputPortRealSignalPtrs(void* handle, int port) {
+    return instanceOf(handle).inputPortValues[port];
+}
+
+double* TScicosAccessFnc2::GetOutputPortRealSignalPtrs(void* handle, int port) {
+    return instanceOf(handle).outputPortValues[port];
+}
+
+double* TScicosAccessFnc2::GetOutputPortRealSignalDotPtrs(void* handle, int port) {
+    return instanceOf(handle).outputPortDots[port];
+}
+
+double* TScicosAccessFnc2::GetOutputPortRealSignalDotDotPtrs(void* handle, int port) {
+    return instanceOf(handle).outputPortDotDots[port];
+}
+
+void TScicosAccessFnc2::SetInputPortLabel(void* /*handle*/, int /*port*/, const char* /*label*/) {}
+
+void TScicosAccessFnc2::SetOutputPortLabel(void* /*handle*/, int /*port*/, const char* /*label*/) {}
+
+void TScicosAccessFnc2::Get_TS_Server_IP_Addr(void* /*handle*/, char** address, int& status) {
+    static char noAddress[] = "";
+    *address = noAddress;
+    status = 1;
+}
+
+void TScicosAccessFnc2::Get_TS_Server_Port(void* /*handle*/, int* port, int& status) {
+    *port = -1;
+    status = 1;
+}
+
+bool TScicosAccessFnc2::isTSLoaded() { return libraryHandle_ != nullptr; }
+
+int TScicosAccessFnc2::getErrorCode() { return errorCode_; }

@@ -1,0 +1,70 @@
+#include "util/processes.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include <signal.h>
+#include <unistd.h>
+
+namespace {
+
+struct Free {
+    void operator()(char* text) const { std::free(text); }
+};
+
+/// True when the file can be opened and holds a first line, even an empty one.
+bool hasLine(const char* path) {
+    std::FILE* stream = std::fopen(path, "r");
+    if (stream == nullptr) return false;
+    const bool hasFirst = std::fgetc(stream) != EOF;
+    std::fclose(stream);
+    return hasFirst;
+}
+
+int runSilently(const char* command, int length) {
+    if (command == nullptr) return -1;
+    // Kept: the suffix takes 17 characters and the zero one more. A length below the command's is not believed.
+    const auto given = static_cast<std::size_t>(std::max(length, 0));
+    const std::size_t size = std::max(given, std::strlen(command)) + 18;
+    const std::unique_ptr<char, Free> silent(static_cast<char*>(std::malloc(size)));
+    if (!silent) return -1;
+
+    // Kept: the suffix stands behind the text, so that of "a; b" only b is silent.
+    std::snprintf(silent.get(), size, "%s > /dev/null 2>&1", command);
+    return std::system(silent.get());
+}
+
+} // namespace
+
+bool IsProcessRunning(const char* name) {
+    if (name == nullptr) return false;
+    const std::string checkFile = std::string("_") + name + "_.chk";
+    const std::string command = std::string("pgrep ") + name + " > " + checkFile;
+
+    // Kept: the shell sees the name as it is, and the check file lies in the working directory under a fixed name.
+    SystemCall(command.c_str());
+    const bool isRunning = hasLine(checkFile.c_str());
+    std::remove(checkFile.c_str());
+    return isRunning;
+}
+
+bool IsProcessRunning(int pid) {
+    // Kept: a process that this user must not signal counts as not running.
+    return kill(pid, 0) == 0;
+}
+
+void SLEEP(unsigned int milliseconds) {
+    // Kept: the product is unsigned with 32 bits and wraps above about 71 minutes.
+    usleep(milliseconds * 1000U);
+}
+
+int SystemCall(const char* command) { return std::system(command); }
+
+int C_unixcall(int mode, const char* command, int length) {
+    if (mode == 0) return runSilently(command, length);
+    return mode >= 1 && mode <= 4 ? SystemCall(command) : -1;
+}
