@@ -12,9 +12,6 @@
 
 namespace {
 
-constexpr int allocationFailed = -1;
-constexpr int filesUnusable = -2;
-
 /// Joins the resources folder and a file's name; false, with a message, when the path buffer is too small.
 bool joinPath(const FmuInstance* instance, const char* folder, const char* name, PathBuffer& path) {
     const int length = std::snprintf(path.data(), path.size(), "%s/%s", folder, name);
@@ -24,17 +21,20 @@ bool joinPath(const FmuInstance* instance, const char* folder, const char* name,
     return false;
 }
 
-/// Counts that no instance can have; the ports' offsets are not checked here.
+/// False, with a message, for counts that no instance can have; the ports' offsets are not checked.
 bool checkCounts(const FmuInstance* instance, const FmuParRecord& record, const char* path) {
     const struct {
         const char* name;
         std::int32_t value;
-        std::int32_t greatest;
-    } counts[] = {{"input ports", record.nInputPorts, maxPorts},     {"output ports", record.nOutputPorts, maxPorts},
-                  {"real variables", record.nReal, INT32_MAX},       {"integer variables", record.nInteger, INT32_MAX},
-                  {"boolean variables", record.nBoolean, INT32_MAX}, {"string variables", record.nString, INT32_MAX}};
+        bool possible;
+    } counts[] = {{"input ports", record.nInputPorts, record.nInputPorts >= 0 && record.nInputPorts <= maxPorts},
+                  {"output ports", record.nOutputPorts, record.nOutputPorts >= 0 && record.nOutputPorts <= maxPorts},
+                  {"real variables", record.nReal, record.nReal >= 0},
+                  {"integer variables", record.nInteger, record.nInteger >= 0},
+                  {"boolean variables", record.nBoolean, record.nBoolean >= 0},
+                  {"string variables", record.nString, record.nString >= 0}};
     for (const auto& count : counts) {
-        if (count.value >= 0 && count.value <= count.greatest) continue;
+        if (count.possible) continue;
         logSetupError(instance, "fmi2Instantiate: Illegal number of %s in parameter file [%s]: %d.", count.name, path,
                       count.value);
         return false;
@@ -42,7 +42,7 @@ bool checkCounts(const FmuInstance* instance, const FmuParRecord& record, const 
     return true;
 }
 
-/// Reads `mv.par` into `g_mv_par`. A missing file is no failure: the names are then those of an earlier reading.
+/// Reads `mv.par` into `g_mv_par`. A missing file is no failure: the record is then left as it is.
 bool readNames(const FmuInstance* instance, const char* path) {
     MvParRecord read{};
     const int result = fread_mv_par(path, &read);
@@ -104,19 +104,21 @@ bool allocateArrays(FmuInstance* instance) {
             instance->outputPortDots != nullptr && instance->outputPortDotDots != nullptr);
 }
 
-/// Points every port at its block of reals; the derivatives of an output port follow its values.
+/// Points every port at its block of reals; the derivatives of an output port follow its values. Without reals the
+/// addresses stay null.
 void placePorts(FmuInstance* instance, const FmuParRecord& record) {
+    double* reals = instance->realValues;
     for (std::uint32_t i = 0; i < instance->nInputPorts; ++i) {
         instance->inputPortSize[i] = static_cast<std::uint32_t>(record.inputPortWidth[i]);
-        instance->inputPortValues[i] = instance->realValues + record.inputPortOffset[i];
+        if (reals != nullptr) instance->inputPortValues[i] = reals + record.inputPortOffset[i];
     }
     for (std::uint32_t i = 0; i < instance->nOutputPorts; ++i) {
         const std::ptrdiff_t width = record.outputPortWidth[i];
-        double* values = instance->realValues + record.outputPortOffset[i];
         instance->outputPortSize[i] = static_cast<std::uint32_t>(record.outputPortWidth[i]);
-        instance->outputPortValues[i] = values;
-        instance->outputPortDots[i] = values + width;
-        instance->outputPortDotDots[i] = values + 2 * width;
+        if (reals == nullptr) continue;
+        instance->outputPortValues[i] = reals + record.outputPortOffset[i];
+        instance->outputPortDots[i] = instance->outputPortValues[i] + width;
+        instance->outputPortDotDots[i] = instance->outputPortValues[i] + 2 * width;
     }
 }
 

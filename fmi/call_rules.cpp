@@ -7,7 +7,7 @@ int invalidState(FmuInstance* instance, const CallRule& rule) {
     if ((instance->state & rule.mask) != 0) return 0;
 
     instance->state = stateError;
-    logMessage(instance, fmi2Error, logCategoriesNames[logError], "%s: Illegal call sequence.", rule.name);
+    logMessage(instance, fmi2Error, "logError", "%s: Illegal call sequence.", rule.name);
     return 1;
 }
 
@@ -15,8 +15,7 @@ int nullPointer(FmuInstance* instance, const char* functionName, const char* arg
     if (pointer != nullptr) return 0;
 
     instance->state = stateError;
-    logMessage(instance, fmi2Error, logCategoriesNames[logError], "%s: Invalid argument %s = NULL.", functionName,
-               argumentName);
+    logMessage(instance, fmi2Error, "logError", "%s: Invalid argument %s = NULL.", functionName, argumentName);
     return 1;
 }
 
@@ -25,8 +24,7 @@ int vrOutOfRange(FmuInstance* instance, const char* functionName, fmi2ValueRefer
     // Kept: the comparison is signed, so a reference of 2^31 or more passes, and the caller indexes with it as given.
     if (static_cast<std::int32_t>(valueReference) < static_cast<std::int32_t>(end)) return 0;
 
-    logMessage(instance, fmi2Error, logCategoriesNames[logError], "%s: Illegal value reference %u.", functionName,
-               valueReference);
+    logMessage(instance, fmi2Error, "logError", "%s: Illegal value reference %u.", functionName, valueReference);
     instance->state = stateError;
     return 1;
 }
@@ -36,6 +34,6 @@ fmi2Status unsupportedFunction(FmuInstance* instance, const CallRule& rule) {
 
     traceCall(instance, rule.name);
 
-    logMessage(instance, fmi2Error, logCategoriesNames[logError], "%s: Function not implemented.", rule.name);
+    logMessage(instance, fmi2Error, "logError", "%s: Function not implemented.", rule.name);
     return fmi2Error;
 }

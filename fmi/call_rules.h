@@ -64,14 +64,14 @@ static_assert(setRealInputDerivatives.mask == 38 && doStep.mask == 32 && cancelS
 } // namespace rules
 
 /// The instance behind a handle, or null when the handle is null or was released early (see `rememberReleased`). The
-/// first line of every exported function: what follows may then read the record.
+/// first line of every exported function that takes an instance: what follows may then read the record.
 FmuInstance* instanceOf(fmi2Component handle);
 
 /// Remembers a handle whose instance is about to be released although the master still holds it, so that later calls
-/// with it are refused. Without a lock; when more than 64 are held, the oldest is forgotten.
+/// with it are refused. Without a lock; with 64 held already, another one takes the place of an old one.
 void rememberReleased(const FmuInstance* instance);
 
-/// Forgets a remembered handle, as soon as the master's `allocateMemory` hands out the same address for a new record.
+/// Forgets a remembered handle, when a new instance that stands at the same address is handed to the master.
 void forgetReleased(const FmuInstance* instance);
 
 /// The checks. Each gives 1 when the call must stop, 0 when it may go on.

@@ -16,7 +16,6 @@ bool readDerivative(FmuInstance* instance, std::uint32_t offset, fmi2ValueRefere
     if (index >= instance->nReal) {
         logMessage(instance, fmi2Error, "logError", "%s: No derivative behind value reference %u.",
                    outputDerivativesName, vr);
-        instance->state = stateError;
         return false;
     }
     value = instance->realValues[index];

@@ -1,7 +1,6 @@
 // From instantiated to the stepping state: the experiment's times and initialization mode.
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
+#include <initializer_list>
 #include <string_view>
 
 #include "fmi/call_rules.h"
@@ -24,13 +23,14 @@ void zeroValues(FmuInstance* instance) {
     std::fill_n(instance->booleanValues, instance->nBoolean, fmi2False);
 }
 
-/// Writes folder, slash, name and extension, of which folder and extension may be empty; false when the buffer of the
-/// result file's name is too small.
-bool storeResultFile(char* buffer, std::string_view folder, std::string_view name, std::string_view extension) {
-    const std::string_view slash = folder.empty() ? "" : "/";
-    if (folder.size() + slash.size() + name.size() + extension.size() >= pathBufferSize) return false;
-
-    for (std::string_view piece : {folder, slash, name, extension}) buffer += piece.copy(buffer, piece.size());
+/// Writes the pieces one after the other; false when the buffer of the result file's name is too small for them.
+bool storeResultFile(char* buffer, std::initializer_list<std::string_view> pieces) {
+    std::size_t room = pathBufferSize;
+    for (std::string_view piece : pieces) {
+        if (piece.size() >= room) return false;
+        room -= piece.size();
+        buffer += piece.copy(buffer, piece.size());
+    }
     *buffer = '\0';
     return true;
 }
@@ -47,13 +47,14 @@ bool chooseResultFile(FmuInstance* instance) {
         name = defaultResultFile;
     }
 
-    const bool bare = name.find_first_of("/\\") == std::string_view::npos;
-    const std::string_view folder = bare ? g_fmu_resource_location : "";
     if (instance->resultFileName == nullptr) {
         logSetupError(instance, "fmi2EnterInitializationMode: Unable allocating memory.");
         return false;
     }
-    if (!storeResultFile(instance->resultFileName, folder, name, extension)) {
+    const bool bare = name.find_first_of("/\\") == std::string_view::npos;
+    const std::string_view folder = bare ? g_fmu_resource_location : "";
+    const std::string_view slash = bare ? "/" : "";
+    if (!storeResultFile(instance->resultFileName, {folder, slash, name, extension})) {
         logSetupError(instance, "fmi2EnterInitializationMode: Result file name is too long.");
         return false;
     }
@@ -68,12 +69,11 @@ fmi2Status fmi2SetupExperiment(fmi2Component handle, fmi2Boolean toleranceDefine
     if (invalidState(instance, rules::setupExperiment)) return fmi2Error;
 
     if (isCategoryLogged(instance, logFmiCall))
-        logMessage(instance, fmi2OK, logCategoriesNames[logFmiCall],
-                   "fmi2SetupExperiment: toleranceDefined=%d tolerance=%g", toleranceDefined, tolerance);
+        logMessage(instance, fmi2OK, "logFmiCall", "fmi2SetupExperiment: toleranceDefined=%d tolerance=%g",
+                   toleranceDefined, tolerance);
 
     // Kept: this text for a start time other than 0, which is stored all the same.
-    if (startTime != 0.0)
-        logMessage(instance, fmi2Error, logCategoriesNames[logError], "fmi2SetString: Out of memory.");
+    if (startTime != 0.0) logMessage(instance, fmi2Error, "logError", "fmi2SetString: Out of memory.");
 
     instance->time = startTime;
     instance->stopTimeDefined = stopTimeDefined;

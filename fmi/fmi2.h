@@ -26,9 +26,9 @@ typedef char fmi2Byte;
 
 enum : fmi2Boolean { fmi2False = 0, fmi2True = 1 };
 
-typedef enum { fmi2OK, fmi2Warning, fmi2Discard, fmi2Error, fmi2Fatal, fmi2Pending } fmi2Status;
-typedef enum { fmi2ModelExchange, fmi2CoSimulation } fmi2Type;
-typedef enum { fmi2DoStepStatus, fmi2PendingStatus, fmi2LastSuccessfulTime, fmi2Terminated } fmi2StatusKind;
+typedef enum : int { fmi2OK, fmi2Warning, fmi2Discard, fmi2Error, fmi2Fatal, fmi2Pending } fmi2Status;
+typedef enum : int { fmi2ModelExchange, fmi2CoSimulation } fmi2Type;
+typedef enum : int { fmi2DoStepStatus, fmi2PendingStatus, fmi2LastSuccessfulTime, fmi2Terminated } fmi2StatusKind;
 
 typedef void (*fmi2CallbackLogger)(fmi2ComponentEnvironment environment, fmi2String instanceName, fmi2Status status,
                                    fmi2String category, fmi2String message, ...);
@@ -66,10 +66,10 @@ TESSARO_EXPORT const char* fmi2GetVersion(void);
 TESSARO_EXPORT fmi2Status fmi2SetDebugLogging(fmi2Component instance, fmi2Boolean loggingOn, size_t nCategories,
                                               const fmi2String categories[]);
 
-/// Creates an instance from the parameter files in the resources folder, or gives null. Failures before the instance
-/// exists are always logged, later ones only with loggingOn. Name and GUID must not be empty; visible is ignored; the
-/// callbacks record is borrowed. Effects on the process: NUSOL_DLL_DIR and KELDEX_PATH are set when the user left
-/// them empty, and the parameter records and the resource location of all instances are replaced.
+/// Creates an instance from the parameter files in the resources folder, or gives null. Arguments that no
+/// instance can be made of are always reported, later failures only with loggingOn. Name and GUID must not be empty;
+/// visible is ignored; the callbacks record is borrowed. Effects on the process: NUSOL_DLL_DIR and KELDEX_PATH are set
+/// when the user left them empty, and the parameter records and the resource location of all instances are replaced.
 TESSARO_EXPORT fmi2Component fmi2Instantiate(fmi2String instanceName, fmi2Type fmuType, fmi2String fmuGUID,
                                              fmi2String fmuResourceLocation, const fmi2CallbackFunctions* functions,
                                              fmi2Boolean visible, fmi2Boolean loggingOn);
@@ -145,14 +145,16 @@ TESSARO_EXPORT fmi2Status fmi2SetRealInputDerivatives(fmi2Component instance, co
 
 /// Reads the derivatives of nvr outputs, each asked for by the output's own value reference, as the solver wrote them.
 /// The order (1 or 2) of the first element holds for all of them. Any state. The derivative is looked for at the
-/// distance that output port 0 has; where there is none, fmi2Error and nothing is read.
+/// distance that output port 0 has. Without a running solver or for another order: fmi2Error, nothing is read. Behind
+/// the last real variable: fmi2Error, the values before it are filled.
 TESSARO_EXPORT fmi2Status fmi2GetRealOutputDerivatives(fmi2Component instance, const fmi2ValueReference vr[],
                                                        size_t nvr, const fmi2Integer order[], fmi2Real value[]);
 
 /// Hands the inputs to the solver at currentCommunicationPoint and lets it advance by communicationStepSize (seconds,
 /// above 0), then the outputs and their derivatives stand in the real variables. States: step complete. The
-/// communication point is taken as given, not compared with the last one. After a failure the solver's run is over:
-/// a failed deposit leaves the state, a failed advance gives step failed.
+/// communication point is taken as given, not compared with the last one. When the solver fails its
+/// run is over: a failed deposit leaves the state, a failed advance gives step failed. A step size of 0 or below gives
+/// the error state.
 TESSARO_EXPORT fmi2Status fmi2DoStep(fmi2Component instance, fmi2Real currentCommunicationPoint,
                                      fmi2Real communicationStepSize, fmi2Boolean noSetFMUStatePriorToCurrentPoint);
 

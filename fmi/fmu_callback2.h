@@ -7,9 +7,12 @@
 /// Sets pointers and counts of a new record to a known empty state; null is ignored.
 void initialize_comp(FmuInstance* instance);
 
-/// Reads the parameter files of the resources folder and allocates the instance's real values and ports from them.
-/// 0; -1 (all bits set) when an allocation failed; -2 when the parameter files cannot be used, which is then already
-/// reported in the master's log. What was allocated belongs to the instance either way. Effect on the process:
+/// Failures of `Allocate_io`.
+inline constexpr int allocationFailed = -1;
+inline constexpr int filesUnusable = -2; ///< already reported in the master's log
+
+/// Reads the parameter files of the resources folder and allocates the instance's real values and ports from them. 0,
+/// or a failure. What was allocated belongs to the instance either way. Effect on the process:
 /// `g_fmu_par` and `g_mv_par` are replaced.
 int Allocate_io(FmuInstance* instance, const char* resourceLocation);
 

@@ -32,7 +32,7 @@ inline constexpr std::size_t pathBufferSize = 1024;
 inline constexpr double neverSetReal = -99999.0;
 inline constexpr int neverSetInteger = -99999;
 
-/// One co-simulation instance. All memory in it comes from the master's `allocateMemory`.
+/// One co-simulation instance. All of it but the plant is memory from the master's `allocateMemory`.
 ///
 /// The solver's interface library receives the address of this record as its block handle, so order, widths and
 /// alignment of the fields are frozen.
@@ -50,7 +50,7 @@ struct FmuInstance {
     std::uint32_t nInteger;
     std::uint32_t nBoolean;
     std::uint32_t nString;
-    char* modelFilePath;  ///< location of the model file: resource location, slash, name
+    char* modelFilePath;  ///< location of the model file: resource location, slash, name; or empty
     char* resultFileName; ///< `pathBufferSize` bytes
     char* subdllFilePath; ///< location of the additional library, or an empty text
     char* ipAddress;

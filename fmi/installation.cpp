@@ -27,10 +27,8 @@ void readUserDirectory(const char* variable, PathBuffer& directory, Installation
     if (const char* value = std::getenv(variable)) storeDirectory(directory, value, "", variable, installation);
 }
 
-void deriveDirectory(const char* root, const char* rest, PathBuffer& derived, const char* variable,
-                     const PathBuffer& user, Installation& installation) {
-    storeDirectory(derived, root, rest, rootVariable, installation);
-    if (!isSet(user) && installation.overlongVariable == nullptr) setenv(variable, derived.data(), 1);
+void setWhereEmpty(const char* variable, const PathBuffer& user, const PathBuffer& derived) {
+    if (!isSet(user)) setenv(variable, derived.data(), 1);
 }
 
 bool differs(const PathBuffer& user, const PathBuffer& derived) {
@@ -49,12 +47,14 @@ Installation discoverInstallation() {
     readUserDirectory(solverVariable, found.userSolverDirectory, found);
     readUserDirectory(commonVariable, found.userCommonDirectory, found);
 
-    if (const char* root = std::getenv(rootVariable)) {
-        deriveDirectory(root, "/plsolvers/tessaro/bin/linux64", found.derivedSolverDirectory, solverVariable,
-                        found.userSolverDirectory, found);
-        deriveDirectory(root, "/plsolvers/common/bin/linux64", found.derivedCommonDirectory, commonVariable,
-                        found.userCommonDirectory, found);
-    }
+    const char* root = std::getenv(rootVariable);
+    if (root == nullptr) return found;
+    storeDirectory(found.derivedSolverDirectory, root, "/plsolvers/tessaro/bin/linux64", rootVariable, found);
+    storeDirectory(found.derivedCommonDirectory, root, "/plsolvers/common/bin/linux64", rootVariable, found);
+    if (found.overlongVariable != nullptr) return found;
+
+    setWhereEmpty(solverVariable, found.userSolverDirectory, found.derivedSolverDirectory);
+    setWhereEmpty(commonVariable, found.userCommonDirectory, found.derivedCommonDirectory);
     return found;
 }
 

@@ -18,7 +18,7 @@ struct Installation {
 };
 
 /// Reads the three variables. Effect on the process: sets NUSOL_DLL_DIR and KELDEX_PATH to the derived directories
-/// where the user left them empty; a user's value is never overwritten.
+/// where the user left them empty, unless a text is too long; a user's value is never overwritten.
 Installation discoverInstallation();
 
 /// False when the installation cannot be used. Failures, and warnings of a user's directory that is not the derived

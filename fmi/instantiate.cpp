@@ -60,7 +60,6 @@ InstanceOwner createRecord(const fmi2CallbackFunctions& functions, const char* i
     InstanceOwner instance(allocateArray<FmuInstance>(functions, 1));
     initialize_comp(instance.get());
     if (instance) {
-        forgetReleased(instance.get());
         instance->functions = &functions;
         instance->loggingOn = loggingOn;
         instance->instanceName = allocateArray<char>(functions, std::strlen(instanceName) + 1);
@@ -94,19 +93,19 @@ void allocateNames(FmuInstance* instance, const char* guid) {
     if (instance->guid != nullptr) std::strcpy(instance->guid, guid);
 }
 
+char* copyText(const FmuInstance* instance, std::string_view source) {
+    auto* text = allocateArray<char>(*instance->functions, source.size() + 1);
+    if (text != nullptr) text[source.copy(text, source.size())] = '\0';
+    return text;
+}
+
 /// Resource location, slash and name in the master's memory; an empty text for an empty name.
 char* joinLocation(const FmuInstance* instance, const char* location, std::string_view name) {
-    if (name.empty()) return allocateArray<char>(*instance->functions, 1);
+    if (name.empty()) return copyText(instance, name);
 
     const std::size_t size = name.size() + std::strlen(location) + 50;
     auto* text = allocateArray<char>(*instance->functions, size);
     if (text != nullptr) std::snprintf(text, size, "%s/%.*s", location, static_cast<int>(name.size()), name.data());
-    return text;
-}
-
-char* copyText(const FmuInstance* instance, std::string_view source) {
-    auto* text = allocateArray<char>(*instance->functions, source.size() + 1);
-    if (text != nullptr) source.copy(text, source.size());
     return text;
 }
 
@@ -121,13 +120,15 @@ bool buildTexts(FmuInstance* instance, const char* location) {
 /// Everything whose size the parameter files tell; false, with a message, when it cannot be built.
 bool allocateModel(FmuInstance* instance, const char* guid, const char* resourceLocation) {
     const int result = Allocate_io(instance, resourceLocation);
+    if (result == filesUnusable) return false;
+
     bool built = result == 0;
     if (built) {
         built = allocateValues(instance);
         allocateNames(instance, guid);
         built = built && buildTexts(instance, resourceLocation);
     }
-    if (!built && result != -2) reportOutOfMemory(*instance->functions, instance->instanceName, instance->loggingOn);
+    if (!built) reportOutOfMemory(*instance->functions, instance->instanceName, instance->loggingOn);
     return built;
 }
 
@@ -182,7 +183,7 @@ fmi2Component fmi2Instantiate(fmi2String instanceName, fmi2Type fmuType, fmi2Str
 
     setInitialState(instance.get(), fmuType);
     if (isCategoryLogged(instance.get(), logFmiCall))
-        logMessage(instance.get(), fmi2OK, logCategoriesNames[logFmiCall],
-                   "fmi2Instantiate: Instantiate finished successfully");
+        logMessage(instance.get(), fmi2OK, "logFmiCall", "fmi2Instantiate: Instantiate finished successfully");
+    forgetReleased(instance.get());
     return instance.release();
 }

@@ -39,6 +39,5 @@ void logSetupError(const FmuInstance* instance, const char* format, Arguments...
 
 /// The trace that an exported function writes on entry: its own name, when calls are logged.
 inline void traceCall(const FmuInstance* instance, const char* functionName) {
-    if (isCategoryLogged(instance, logFmiCall))
-        logMessage(instance, fmi2OK, logCategoriesNames[logFmiCall], functionName);
+    if (isCategoryLogged(instance, logFmiCall)) logMessage(instance, fmi2OK, "logFmiCall", functionName);
 }

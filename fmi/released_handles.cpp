@@ -26,6 +26,10 @@ FmuInstance* instanceOf(fmi2Component handle) {
 
 void rememberReleased(const FmuInstance* instance) {
     const std::size_t position = nRemembered.fetch_add(1, std::memory_order_acq_rel);
+    for (auto& released : releasedHandles) {
+        const void* empty = nullptr;
+        if (released.compare_exchange_strong(empty, instance, std::memory_order_relaxed)) return;
+    }
     releasedHandles[position % releasedHandles.size()].store(instance, std::memory_order_relaxed);
 }
 

@@ -5,6 +5,7 @@
 
 namespace {
 
+/// After a failure the plant link has ended the run and taken its handle out of the instance.
 bool depositInputs(FmuInstance* instance, double time) {
     if (TSplant_DepositPlantInput(instance, instance->plant, 1, time) == 0) return true;
 
@@ -12,7 +13,6 @@ bool depositInputs(FmuInstance* instance, double time) {
     // "logAll" belong to the message, as in the one below.
     logMessage(instance, fmi2Error, "logAll",
                "Problem in cosimulation, unable to deposite plant input at communication point=%g.", time);
-    instance->plant = nullptr;
     return false;
 }
 
@@ -22,7 +22,6 @@ bool requestOutputs(FmuInstance* instance, double time, double endOfStep) {
 
     logMessage(instance, fmi2Error, "logAll",
                "Problem in cosimulation, unable to request plant output at communication point=%g.", time);
-    instance->plant = nullptr;
     instance->state = stateStepFailed;
     return false;
 }

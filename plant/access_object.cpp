@@ -8,7 +8,7 @@
 
 namespace {
 
-FmuInstance& instanceOf(void* handle) { return *static_cast<FmuInstance*>(handle); }
+FmuInstance& record(void* handle) { return *static_cast<FmuInstance*>(handle); }
 
 void freeText(char*& text) {
     std::free(text);
@@ -31,47 +31,47 @@ TScicosAccessFnc2::~TScicosAccessFnc2() {
 // Kept: a path getter that is called again replaces the stored text without freeing the earlier one, which the solver
 // may still use.
 char* TScicosAccessFnc2::GetStringParamInputName(void* handle) {
-    return inputPath_ = convert_URI_to_path(instanceOf(handle).modelFilePath);
+    return inputPath_ = convert_URI_to_path(record(handle).modelFilePath);
 }
 
 char* TScicosAccessFnc2::GetStringParamOutputName(void* handle) {
-    return outputPath_ = convert_URI_to_path(instanceOf(handle).resultFileName);
+    return outputPath_ = convert_URI_to_path(record(handle).resultFileName);
 }
 
 char* TScicosAccessFnc2::GetStringParamSubdllName(void* handle) {
-    return subdllPath_ = convert_URI_to_path(instanceOf(handle).subdllFilePath);
+    return subdllPath_ = convert_URI_to_path(record(handle).subdllFilePath);
 }
 
-char* TScicosAccessFnc2::GetStringParamIPadress(void* handle) { return instanceOf(handle).ipAddress; }
+char* TScicosAccessFnc2::GetStringParamIPadress(void* handle) { return record(handle).ipAddress; }
 
-double TScicosAccessFnc2::GetFinalTimei(void* handle) { return instanceOf(handle).endTime; }
+double TScicosAccessFnc2::GetFinalTimei(void* handle) { return record(handle).endTime; }
 
-int TScicosAccessFnc2::GetNumInputPorts(void* handle) { return static_cast<int>(instanceOf(handle).nInputPorts); }
+int TScicosAccessFnc2::GetNumInputPorts(void* handle) { return static_cast<int>(record(handle).nInputPorts); }
 
-int TScicosAccessFnc2::GetNumOutputPorts(void* handle) { return static_cast<int>(instanceOf(handle).nOutputPorts); }
+int TScicosAccessFnc2::GetNumOutputPorts(void* handle) { return static_cast<int>(record(handle).nOutputPorts); }
 
 int TScicosAccessFnc2::GetInputPortWidth(void* handle, int port) {
-    return static_cast<int>(instanceOf(handle).inputPortSize[port]);
+    return static_cast<int>(record(handle).inputPortSize[port]);
 }
 
 int TScicosAccessFnc2::GetOutputPortWidth(void* handle, int port) {
-    return static_cast<int>(instanceOf(handle).outputPortSize[port]);
+    return static_cast<int>(record(handle).outputPortSize[port]);
 }
 
 double* TScicosAccessFnc2::GetInputPortRealSignalPtrs(void* handle, int port) {
-    return instanceOf(handle).inputPortValues[port];
+    return record(handle).inputPortValues[port];
 }
 
 double* TScicosAccessFnc2::GetOutputPortRealSignalPtrs(void* handle, int port) {
-    return instanceOf(handle).outputPortValues[port];
+    return record(handle).outputPortValues[port];
 }
 
 double* TScicosAccessFnc2::GetOutputPortRealSignalDotPtrs(void* handle, int port) {
-    return instanceOf(handle).outputPortDots[port];
+    return record(handle).outputPortDots[port];
 }
 
 double* TScicosAccessFnc2::GetOutputPortRealSignalDotDotPtrs(void* handle, int port) {
-    return instanceOf(handle).outputPortDotDots[port];
+    return record(handle).outputPortDotDots[port];
 }
 
 void TScicosAccessFnc2::SetInputPortLabel(void* /*handle*/, int /*port*/, const char* /*label*/) {}

@@ -47,7 +47,8 @@ public:
     /// True when the library and all four entry points were found.
     virtual bool isTSLoaded();
 
-    /// The last severe level (2 and above) that the library reported, 0 when there was none.
+    /// The last severe level (2 and above) that the library reported, without those whose blkTerminate threw; 0 when
+    /// there was none.
     virtual int getErrorCode();
 
     TScicosAccessFnc2() = default;

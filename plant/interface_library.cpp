@@ -1,5 +1,6 @@
 // Loading the solver's interface library, and the messages that come back from it.
 #include <memory>
+#include <new>
 #include <string>
 
 #include "fmi/log.h"
@@ -10,14 +11,15 @@
 
 namespace {
 
-/// Levels of `MessageHandler`, which are also the statuses of their messages.
+/// Levels of `MessageHandler`.
 enum MessageLevel : int { information, warning, error, fatal };
 
+/// The status that the master sees for each of them.
 constexpr fmi2Status statusOfLevel[] = {fmi2OK, fmi2Warning, fmi2Error, fmi2Fatal};
 
 constexpr const char* libraryName = "/tscicos";
 
-/// The library's full name, in a buffer of the directory's length and 20 bytes.
+/// The library's full name, with forward slashes.
 std::string libraryPath(const char* directory) {
     std::string path = std::string(directory) + libraryName + GetDllExtension();
     FixPath(path.data());
@@ -27,13 +29,17 @@ std::string libraryPath(const char* directory) {
 } // namespace
 
 bool TScicosAccessFnc2::LoadInterfaceDll(void* handle) {
-    const std::unique_ptr<char[]> directory(NuGetEnv("NUSOL_DLL_DIR"));
-    if (!directory) {
-        MessageHandler(handle, "\nError: Environment var NUSOL_DLL_DIR undefined\n", error);
-        return false;
+    void* library = nullptr;
+    try {
+        const std::unique_ptr<char[]> directory(NuGetEnv("NUSOL_DLL_DIR"));
+        if (!directory) {
+            MessageHandler(handle, "\nError: Environment var NUSOL_DLL_DIR undefined\n", error);
+            return false;
+        }
+        library = NuPLDyLoadLibrary(libraryPath(directory.get()).c_str());
+    } catch (const std::bad_alloc&) { // told as a library that does not load
     }
 
-    void* library = NuPLDyLoadLibrary(libraryPath(directory.get()).c_str());
     if (library == nullptr) { // Kept: ".dll" on this platform too.
         MessageHandler(handle, "\nError: Failed to load tscicos.dll\n", error);
         return false;
@@ -70,10 +76,7 @@ bool TScicosAccessFnc2::resolve(EntryPoint& entryPoint, void* handle, void* libr
 }
 
 void TScicosAccessFnc2::MessageHandler(void* handle, const char* text, int level) {
-    if (handle == nullptr) { // nothing can be logged, and no run be ended, without an instance
-        if (level >= error && isTSLoaded()) errorCode_ = level;
-        return;
-    }
+    if (handle == nullptr) return; // without an instance nothing can be logged, and no run be ended
     const auto* instance = static_cast<const FmuInstance*>(handle);
     const double time = instance->time;
 
@@ -84,12 +87,12 @@ void TScicosAccessFnc2::MessageHandler(void* handle, const char* text, int level
 }
 
 void TScicosAccessFnc2::endRun(void* handle, double time, int level) {
-    if (!terminating_) { // a library that reports an error from its own blkTerminate is not called a second time
+    if (!terminating_) { // a library that reports an error from the blkTerminate called here is not called again
         terminating_ = true;
         try {
             blkTerminate(handle, this, time);
         } catch (...) {
-            // Kept: when blkTerminate throws, no error code is set and the reporting call counts as successful.
+            // Kept: when blkTerminate throws, this report sets no error code and its call counts as successful.
             terminating_ = false;
             return;
         }

@@ -6,12 +6,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+#include <exception>
 #include <string>
 #include <utility>
 
 #include <unistd.h>
 
+#include "fmi/call_rules.h"
 #include "fmi/log.h"
 #include "resources/parameter_files.h"
 #include "resources/resource_location.h"
@@ -25,13 +26,14 @@ constexpr std::size_t longestFileName = 255;
 /// Where the translator may lie under the installation root, in the order tried.
 constexpr std::array translatorDirectories{"io/translators/bin", "pldesktop/io/translators/bin"};
 
-/// Works in another directory while it lives; without a path, in the one that the process is in.
+/// Works in another directory while it lives; without a path, in the one that the process is in. A directory that has
+/// been removed meanwhile cannot be returned to.
 class WorkingDirectory {
 public:
     WorkingDirectory(const FmuInstance* instance, const char* path) : instance_(instance) {
         if (path == nullptr) return;
         saved_.reset(getcwd(nullptr, 0));
-        entered_ = saved_ != nullptr && chdir(path) == 0;
+        entered_ = chdir(path) == 0;
         if (!entered_)
             logSetupError(instance, "fmi2EnterInitializationMode: Unable to change the working directory to [%s]: %s.",
                           path, std::strerror(errno));
@@ -91,7 +93,10 @@ public:
         write(
             "Real", instance_->realValues, 0, instance_->nReal, g_mv_par.realNames, g_mv_par.nRealNames,
             [](double value) { return value != neverSetReal; },
-            [this](const char* name, double value) { std::fprintf(stream_, "%s, %f\n", name, value); });
+            [this](const char* name, double value) {
+                const NumericLocaleScope fullStop;
+                std::fprintf(stream_, "%s, %f\n", name, value);
+            });
     }
 
     void writeIntegers() const {
@@ -147,7 +152,6 @@ private:
 bool writeValueFile(const FmuInstance* instance, const std::string& name) {
     bool written = false;
     if (Stream stream{std::fopen(name.c_str(), "w")}) {
-        const NumericLocaleScope fullStop;
         const ValueFile file(instance, stream.get());
         file.writeReals();
         file.writeIntegers();
@@ -202,10 +206,7 @@ int generate(const FmuInstance* instance, const std::string& modelName) {
     return translate(instance, templateName, valueName, modelName);
 }
 
-} // namespace
-
-int fmu_generate_xml(const char* resourceLocation, FmuInstance* instance) try {
-    if (instance == nullptr) return -1;
+int generateInResources(const char* resourceLocation, const FmuInstance* instance) {
     const MallocText path(convert_URI_to_path(resourceLocation));
     const WorkingDirectory directory(instance, path.get());
     if (!directory.entered()) return -1;
@@ -214,8 +215,19 @@ int fmu_generate_xml(const char* resourceLocation, FmuInstance* instance) try {
     if (!description) return -1; // Kept: the name lists are not released here.
 
     const ReleaseNamesAtEnd release;
-    return generate(instance, modelFileName(std::move(description)));
-} catch (const std::bad_alloc&) {
-    logSetupError(instance, "fmi2EnterInitializationMode: Unable allocating memory.");
-    return -1;
+    const std::string modelName = modelFileName(std::move(description));
+    return generate(instance, modelName);
+}
+
+} // namespace
+
+int fmu_generate_xml(const char* resourceLocation, FmuInstance* handle) {
+    const FmuInstance* instance = instanceOf(handle);
+    if (instance == nullptr) return -1;
+    try {
+        return generateInResources(resourceLocation, instance);
+    } catch (const std::exception&) { // only memory can be lacking
+        logSetupError(instance, "fmi2EnterInitializationMode: Unable allocating memory.");
+        return -1;
+    }
 }

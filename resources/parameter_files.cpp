@@ -21,6 +21,9 @@ namespace {
 constexpr std::size_t unbounded = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t nameSize = 1024;
 
+/// A list that counts more names than this must at least have a byte of the file for each of them.
+constexpr long mostRepeatedNames = 100'000;
+
 /// The streams of `fread_par`, oldest overwritten first.
 class StreamRing {
 public:
@@ -124,7 +127,7 @@ char* readName(LineReader& lines) {
 /// Reads one list: its count, then as many names. 0, or the failure of `fread_mv_par`.
 int readNames(LineReader& lines, long fileSize, char**& names, std::int32_t& count) {
     count = toInteger(lines.next());
-    if (count < 0 || count > fileSize) {
+    if (count < 0 || count > std::max(fileSize, mostRepeatedNames)) {
         count = 0;
         return -2;
     }

@@ -80,14 +80,14 @@ TESSARO_EXPORT int get_string_from_string(char* dst, const char* src);
 TESSARO_EXPORT int get_int_vec_from_string(const char* src, std::int32_t* dst);
 
 /// Reads `fmu2ts.par` into the record, which keeps the vectors of earlier readings where a vector line is empty. The
-/// number of integers in the last line; -1 when a pointer is null, or the file cannot be opened or holds no line, and
-/// the record is then left as it was. A file that ends early repeats its last line. The stream stays open; 64 are held,
-/// then the oldest is closed.
+/// number of integers stored from the last line; -1 when a pointer is null, or the file cannot be opened or holds no
+/// line, and the record is then left as it was. A file that ends early repeats its last line. The stream stays open; 64
+/// are held, then the oldest is closed.
 TESSARO_EXPORT int fread_par(const char* path, FmuParRecord* record);
 
-/// Reads `mv.par`. 0; -1 when a pointer is null or the file cannot be opened; -2 when a list's count is negative or
-/// greater than the file's size in bytes; -3 when memory is lacking. On failure the record is left as it was, on
-/// success its pointers are overwritten: release earlier lists before or keep them elsewhere.
+/// Reads `mv.par`. 0; -1 when a pointer is null or the file cannot be opened; -2 when a list's count is negative, or
+/// above 100000 and greater than the file's size in bytes; -3 when memory is lacking. On failure the record is left as
+/// it was, on success its pointers are overwritten: release earlier lists before or keep them elsewhere.
 TESSARO_EXPORT int fread_mv_par(const char* path, MvParRecord* record);
 
 } // extern "C"
