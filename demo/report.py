@@ -1,0 +1,136 @@
+"""What a run leaves behind: how far it is from the exact solution, a table of values, a picture."""
+
+import csv
+import itertools
+from collections.abc import Mapping, Sequence
+from dataclasses import dataclass
+from pathlib import Path
+
+import numpy as np
+from fmpy.model_description import ModelVariable
+from matplotlib.axes import Axes
+from matplotlib.figure import Figure
+from rich.table import Table
+
+from master import Array, Recording
+
+COLOURS = ("#1f5fa8", "#e08a2e", "#3a8f4d", "#8450a0")
+
+
+@dataclass(frozen=True)
+class Deviation:
+    """The largest error of a signal, and the range that the exact signal covers."""
+
+    name: str
+    largest: float
+    range: float
+
+    @property
+    def relative(self) -> float:
+        return self.largest / self.range
+
+
+@dataclass(frozen=True)
+class Comparison:
+    """A run and what it should have been."""
+
+    record: Recording
+    exact: Mapping[str, Array]
+    tolerance: float
+
+    def deviations(self) -> list[Deviation]:
+        return [Deviation(name, float(np.max(self.error(name))), self.range(name)) for name in self.record.signals]
+
+    def error(self, name: str) -> Array:
+        return np.abs(self.record.signals[name] - self.exact[name])
+
+    def range(self, name: str) -> float:
+        return float(np.ptp(self.exact[name]))
+
+    def allows(self, deviation: Deviation) -> bool:
+        """False also for a value that is not a number."""
+        return deviation.relative <= self.tolerance
+
+
+def table(comparison: Comparison) -> Table:
+    """A line for each signal, in red when it is too far off."""
+    result = Table()
+    result.add_column("signal")
+    for heading in ("range", "largest error", "error / range"):
+        result.add_column(heading, justify="right")
+    for found in comparison.deviations():
+        style = None if comparison.allows(found) else "bold red"
+        result.add_row(found.name, f"{found.range:.4g}", f"{found.largest:.1e}", f"{found.relative:.1e}", style=style)
+    return result
+
+
+def write_csv(file: Path, input_name: str, comparison: Comparison) -> None:
+    """Time, input, every signal, and every signal as it should be."""
+    record = comparison.record
+    columns = {"time": record.times, input_name: record.inputs, **record.signals}
+    columns |= {f"exact {name}": comparison.exact[name] for name in record.signals}
+    with file.open("w", newline="", encoding="utf-8") as stream:
+        writer = csv.writer(stream)
+        writer.writerow(columns)
+        writer.writerows(zip(*(column.tolist() for column in columns.values()), strict=True))
+
+
+def draw(
+    file: Path, title: str, driven: ModelVariable, outputs: Sequence[ModelVariable], comparison: Comparison
+) -> None:
+    """A panel for each unit, the exact solution as a thin line in its place, and the errors below."""
+    units = dict.fromkeys(variable.unit for variable in outputs)
+    figure = Figure(figsize=(9, 8), layout="constrained")
+    axes = figure.subplots(len(units) + 1, sharex=True)
+    figure.suptitle(title, fontsize=14)
+    colours = dict(zip((variable.name for variable in outputs), itertools.cycle(COLOURS), strict=False))
+
+    for axis, unit in zip(axes, units, strict=False):
+        if driven.unit == unit:
+            _draw_input(axis, driven, comparison.record)
+        _draw_outputs(axis, [variable for variable in outputs if variable.unit == unit], colours, comparison)
+        _finish(axis, unit)
+        axis.legend(loc="upper right", frameon=False)
+    _draw_errors(axes[-1], colours, comparison)
+    _finish(axes[-1], "error / range")
+    axes[-1].legend(loc="lower right", frameon=False, ncols=len(outputs) + 1)
+
+    axes[-1].set_xlabel("time in s")
+    axes[-1].set_xlim(comparison.record.times[0], comparison.record.times[-1])
+    figure.align_ylabels(axes)
+    figure.savefig(file, dpi=120)
+
+
+def _draw_input(axis: Axes, driven: ModelVariable, record: Recording) -> None:
+    axis.fill_between(record.times, record.inputs, step="post", color="#c9c9c9", label=_label(driven))
+
+
+def _draw_outputs(
+    axis: Axes, outputs: Sequence[ModelVariable], colours: Mapping[str, str], comparison: Comparison
+) -> None:
+    times = comparison.record.times
+    for variable in outputs:
+        signal, colour = comparison.record.signals[variable.name], colours[variable.name]
+        axis.plot(times, signal, color=colour, linewidth=3.0, alpha=0.7, label=_label(variable))
+    for variable in outputs:
+        axis.plot(times, comparison.exact[variable.name], color="black", linewidth=0.7)
+    axis.plot([], [], color="black", linewidth=0.7, label="the exact solution")
+
+
+def _draw_errors(axis: Axes, colours: Mapping[str, str], comparison: Comparison) -> None:
+    """Errors of zero have no place on a logarithmic axis and leave a gap."""
+    for name, colour in colours.items():
+        error = comparison.error(name) / comparison.range(name)
+        visible = np.where(error > 0.0, error, np.nan)
+        axis.semilogy(comparison.record.times, visible, color=colour, linewidth=1.2, label=name)
+    axis.axhline(comparison.tolerance, color="#b03030", linestyle="--", linewidth=1.0, label="allowed")
+
+
+def _label(variable: ModelVariable) -> str:
+    return f"{variable.name}: {variable.description}"
+
+
+def _finish(axis: Axes, label: str) -> None:
+    axis.set_ylabel(label)
+    axis.grid(alpha=0.25, linewidth=0.6)
+    axis.spines[["top", "right"]].set_visible(False)

@@ -1,0 +1,15 @@
+// The values that a master sets before a run, and their way into a model template. Used by fmu_batch.
+#pragma once
+
+#include <string>
+
+#include "demo/solver/xml_document.h"
+
+namespace solver {
+
+/// Sets the parameters and the inputs' start values that `valueFile` names in `model`, the template as it was read.
+/// Throws a FileError for a line that isn't "name, value", a name that the template doesn't know, a name that stands
+/// twice, and a text where the template's own value is a number; `model` is then half changed and of no use.
+void applyValueFile(const std::string& valueFile, const XmlDocument& model);
+
+} // namespace solver

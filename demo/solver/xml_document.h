@@ -1,0 +1,102 @@
+// Reading of the solver's XML files: elements and attributes whose errors name the file and the line.
+//
+// Attribute values may use the parameters that the file declares. Used by the model reader and by fmu_batch.
+#pragma once
+
+#include <libxml/tree.h>
+
+#include <array>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace solver {
+
+/// What is wrong with an input file; the text begins with "file:line: ", or "file: " where no line is to blame.
+class FileError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// The number that `text` is from its first to its last character, with a full stop whatever the locale; nothing when
+/// it isn't one or isn't finite.
+std::optional<double> parseNumber(std::string_view text);
+
+/// The content of a whole file. Throws a FileError with the system's reason when it can't be read.
+std::string readFile(const std::string& path);
+
+/// The value of an attribute; empty when there is none.
+std::string attributeText(xmlNode* element, const char* attribute);
+
+/// A parsed file and its parameters.
+class XmlDocument {
+public:
+    /// Reads and parses a file. Throws a FileError when it can't be read or isn't well-formed XML.
+    explicit XmlDocument(const std::string& path);
+
+    const std::string& path() const { return path_; }
+    xmlNode* root() const { return xmlDocGetRootElement(document_.get()); }
+
+    /// The document as text, in UTF-8.
+    std::string text() const;
+
+    /// Makes `${name}` stand for `value`.
+    void setParameter(const std::string& name, const std::string& value) { parameters_[name] = value; }
+
+    /// `text`, or the parameter's value where all of the text is one `${name}`. Throws std::invalid_argument with the
+    /// reason when there is no such parameter.
+    std::string resolve(const std::string& text) const;
+
+    /// The value of a product or quotient such as `-0.5*${length}/3`. Throws std::invalid_argument with the reason.
+    double evaluate(std::string_view expression) const;
+
+private:
+    double factor(std::string_view text) const;
+
+    struct Free {
+        void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+    };
+
+    std::string path_;
+    std::unique_ptr<xmlDoc, Free> document_;
+    std::map<std::string, std::string> parameters_;
+};
+
+/// One element of a document while it is read. It notes which attributes were asked for, so that `finish` finds those
+/// that nobody knows. Every function throws a FileError that names the element's line.
+class XmlElement {
+public:
+    XmlElement(const XmlDocument& document, xmlNode* node) : document_(&document), node_(node) {}
+
+    std::string name() const;
+    std::vector<XmlElement> children() const;
+
+    bool has(const char* attribute) const;
+    /// The attribute's text; without a fallback the attribute must be there.
+    std::string text(const char* attribute, const std::optional<std::string>& fallback = {});
+    double number(const char* attribute, std::optional<double> fallback = {});
+    /// As `number`, for values that make no sense below 0.
+    double notNegative(const char* attribute, std::optional<double> fallback = {});
+    /// Numbers with blanks between, as many as one of `counts`. When the attribute is missing and not `required`: as
+    /// many as the first, all 0.
+    std::vector<double> numbers(const char* attribute, const std::vector<std::size_t>& counts, bool required);
+    std::array<double, 3> vector(const char* attribute, bool required = false);
+
+    /// Refuses attributes that weren't asked for.
+    void finish() const;
+    /// As `finish`, for an element that has no children.
+    void finishLeaf() const;
+
+    [[noreturn]] void fail(const std::string& message) const;
+
+private:
+    const XmlDocument* document_;
+    xmlNode* node_;
+    std::set<std::string> asked_;
+};
+
+} // namespace solver
