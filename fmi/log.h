@@ -14,7 +14,11 @@ inline constexpr std::array<const char*, nLogCategories> logCategoriesNames{"log
 
 /// 1 when the category of that index, or "logAll", is switched on; 0 otherwise and for an index above 3. Negative
 /// indices must not be given.
-int isCategoryLogged(const FmuInstance* instance, int categoryIndex);
+inline int isCategoryLogged(const FmuInstance* instance, int categoryIndex) {
+    if (categoryIndex >= nLogCategories) return 0;
+
+    return instance->logCategories[categoryIndex] != 0 || instance->logCategories[logAll] != 0 ? 1 : 0;
+}
 
 /// Calls the logger of `functions` under another instance name than the record's, or before there is a record.
 template <typename... Arguments>

@@ -18,6 +18,11 @@ MvParRecord g_mv_par;
 
 namespace {
 
+/// When the library is unloaded, nobody else knows of the names.
+struct ReleaseNamesAtUnload {
+    ~ReleaseNamesAtUnload() { releaseNames(g_mv_par); }
+} const releaseNamesAtUnload;
+
 constexpr std::size_t unbounded = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t nameSize = 1024;
 

@@ -1,10 +1,11 @@
-#include "fmi/log.h"
-
+// Switching the log categories, and the two constants that a master may ask for before there is an instance.
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 
 #include "fmi/call_rules.h"
+#include "fmi/fmi2.h"
+#include "fmi/log.h"
 
 namespace {
 
@@ -27,12 +28,6 @@ void switchCategory(FmuInstance* instance, const char* name, fmi2Boolean on) {
 }
 
 } // namespace
-
-int isCategoryLogged(const FmuInstance* instance, int categoryIndex) {
-    if (categoryIndex >= nLogCategories) return 0;
-
-    return instance->logCategories[categoryIndex] != 0 || instance->logCategories[logAll] != 0 ? 1 : 0;
-}
 
 fmi2Status fmi2SetDebugLogging(fmi2Component handle, fmi2Boolean loggingOn, size_t nCategories,
                                const fmi2String categories[]) {
