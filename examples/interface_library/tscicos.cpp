@@ -1,0 +1,79 @@
+// A complete interface library: a mass on a spring, pushed by the force that the FMU receives.
+#include <cmath>
+#include <fstream>
+#include <locale>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "plant/access_interface.h"
+
+namespace {
+
+/// mass x'' + stiffness x = force; kg, N/m, N, m, s.
+struct Oscillator {
+    double mass = 0, stiffness = 0, x = 0, velocity = 0, force = 0, time = 0;
+
+    double acceleration() const { return (force - stiffness * x) / mass; }
+
+    /// Equal steps of at most 0.1 ms up to `end`, all under the same force.
+    void advance(double end) {
+        if (!(end > time)) return;
+        const double count = std::ceil((end - time) / 1e-4), step = (end - time) / count;
+        for (double n = 0; n < count; ++n) {
+            velocity += acceleration() * step / 2;
+            x += velocity * step;
+            velocity += acceleration() * step / 2;
+        }
+        time = end;
+    }
+};
+
+/// All instances of a process share this library, perhaps on several threads: each run is kept under its handle.
+std::map<void*, Oscillator> runs;
+std::mutex runsMutex;
+
+Oscillator* runOf(void* handle) {
+    const std::lock_guard<std::mutex> lock(runsMutex);
+    const auto found = runs.find(handle);
+    return found != runs.end() ? &found->second : nullptr;
+}
+
+void writeOutputs(void* handle, TScicosAccessAPI2* access, const Oscillator& run) {
+    *access->GetOutputPortRealSignalPtrs(handle, 0) = run.x;
+    *access->GetOutputPortRealSignalDotPtrs(handle, 0) = run.velocity;
+    *access->GetOutputPortRealSignalDotDotPtrs(handle, 0) = run.acceleration();
+}
+
+} // namespace
+
+extern "C" void blkStart(void* handle, TScicosAccessAPI2* access) {
+    if (access->GetNumInputPorts(handle) != 1 || access->GetNumOutputPorts(handle) != 1)
+        return access->MessageHandler(handle, "The oscillator needs one input and one output port", 2);
+    Oscillator run;
+    const char* name = access->GetStringParamInputName(handle);
+    std::string tag, path = name != nullptr ? name : "";
+    std::ifstream file(path);
+    file.imbue(std::locale::classic());
+    if (!(file >> tag >> run.mass >> run.stiffness >> run.x))
+        return access->MessageHandler(handle, ("Can't read the model file " + path).c_str(), 2);
+    writeOutputs(handle, access, run);
+    const std::lock_guard<std::mutex> lock(runsMutex);
+    runs[handle] = run; // in place of an earlier run: after a reset there was no blkTerminate
+}
+
+extern "C" void blkDepositPlantInput(void* handle, int /*flag*/, TScicosAccessAPI2* access, double /*time*/) {
+    if (Oscillator* run = runOf(handle)) run->force = *access->GetInputPortRealSignalPtrs(handle, 0);
+}
+
+extern "C" void blkRequestPlantOutput(void* handle, TScicosAccessAPI2* access, double time) {
+    Oscillator* run = runOf(handle);
+    if (run == nullptr) return;
+    run->advance(time);
+    writeOutputs(handle, access, *run);
+}
+
+extern "C" void blkTerminate(void* handle, TScicosAccessAPI2* /*access*/, double /*time*/) {
+    const std::lock_guard<std::mutex> lock(runsMutex);
+    runs.erase(handle);
+}

@@ -1,0 +1,335 @@
+// The demo solver as the FMU drives it: the built tscicos.so and fmu_batch, against motions that are known exactly.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "plant/access_interface.h"
+#include "tests/support.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path installation = TESSARO_DEMO_INSTALLATION;
+
+/// Runs fmu_batch in `folder`; gives its exit code and what it writes to its standard streams.
+std::pair<int, std::string> translate(const fs::path& folder, const std::string& arguments) {
+    const std::string program = (installation / "io/translators/bin/linux64/fmu_batch").string();
+    const std::string command = "cd '" + folder.string() + "' && '" + program + "' " + arguments + " > log 2>&1";
+    const int status = std::system(command.c_str());
+    return {WEXITSTATUS(status), contentOf(folder / "log")};
+}
+
+/// The path of the quarter car's model file, made in `folder` from values.
+fs::path quarterCar(const Folder& folder, const std::string& values = "") {
+    fs::copy(fs::path(TESSARO_DEMO_MODELS) / "quarter_car/QuarterCar.mdl", folder.path);
+    writeFile(folder.path / "QuarterCar.csv", values);
+    if (const auto [code, log] = translate(folder.path, "QuarterCar.mdl QuarterCar.csv"); code != 0)
+        throw std::runtime_error(log);
+    return folder.path / "QuarterCar.xml";
+}
+
+/// An FMU instance as the solver sees it: its load of the library, its ports, and messages that end the run from level
+/// 2 on. The ports are the quarter car's unless a test changes them.
+class Instance : public TScicosAccessAPI2 {
+public:
+    explicit Instance(const fs::path& model, const fs::path& result = {}) : model_(model), result_(result) {
+        library_ =
+            dlopen((installation / "plsolvers/tessaro/bin/linux64/tscicos.so").c_str(), RTLD_LAZY | RTLD_DEEPBIND);
+        if (library_ == nullptr) throw std::runtime_error(dlerror());
+    }
+    Instance(const Instance&) = delete;
+    Instance& operator=(const Instance&) = delete;
+    ~Instance() { dlclose(library_); }
+
+    char* GetStringParamInputName(void*) override { return model_.data(); }
+    char* GetStringParamOutputName(void*) override { return result_.data(); }
+    double GetFinalTimei(void*) override { return 4; }
+    int GetNumInputPorts(void*) override { return static_cast<int>(inputs.size()); }
+    int GetNumOutputPorts(void*) override { return static_cast<int>(widths.size()); }
+    int GetInputPortWidth(void*, int port) override { return port < 1 ? inputWidth : 1; }
+    int GetOutputPortWidth(void*, int port) override { return widths[static_cast<std::size_t>(port)]; }
+    double* GetInputPortRealSignalPtrs(void*, int port) override { return &inputs[static_cast<std::size_t>(port)]; }
+    double* GetOutputPortRealSignalPtrs(void*, int port) override {
+        double* values = outputs.data();
+        for (int i = 0; i < port; ++i) values += std::ptrdiff_t{3} * widths[static_cast<std::size_t>(i)];
+        return values;
+    }
+    double* GetOutputPortRealSignalDotPtrs(void* handle, int port) override {
+        return GetOutputPortRealSignalPtrs(handle, port) + GetOutputPortWidth(handle, port);
+    }
+    double* GetOutputPortRealSignalDotDotPtrs(void* handle, int port) override {
+        return GetOutputPortRealSignalDotPtrs(handle, port) + GetOutputPortWidth(handle, port);
+    }
+    void MessageHandler(void*, const char* text, int level) override {
+        messages[level] += std::string(text) + "\n";
+        if (level >= 2) terminate();
+    }
+
+    void start() { call<void (*)(void*, TScicosAccessAPI2*)>("blkStart")(this, this); }
+    void deposit(double road, double time) {
+        inputs[0] = road;
+        call<void (*)(void*, int, TScicosAccessAPI2*, double)>("blkDepositPlantInput")(this, 1, this, time);
+    }
+    void request(double time) {
+        call<void (*)(void*, TScicosAccessAPI2*, double)>("blkRequestPlantOutput")(this, this, time);
+    }
+    void terminate() { call<void (*)(void*, TScicosAccessAPI2*, double)>("blkTerminate")(this, this, 0); }
+
+    std::vector<double> inputs{0};
+    int inputWidth = 1;
+    std::vector<int> widths{1, 1, 1};
+    std::array<double, 64> outputs{}; ///< port by port: values, first derivatives, second derivatives
+    std::map<int, std::string> messages;
+
+private:
+    template <typename Function>
+    Function call(const char* name) const {
+        return reinterpret_cast<Function>(dlsym(library_, name));
+    }
+
+    void* library_;
+    std::string model_, result_;
+};
+
+/// The quarter car's exact motion for a road that is piecewise constant, by the power series of its linear equations.
+struct ExactCar {
+    using State = std::array<double, 5>; ///< z_c, z_w, z_c', z_w', and the road's height, which stays
+
+    double force(const State& x) const { return 15000 * (x[1] - x[0]) + 1000 * (x[3] - x[2]); }
+    State rate(const State& x) const {
+        return {x[2], x[3], force(x) / carMass, (150000 * (x[4] - x[1]) - force(x)) / 40, 0};
+    }
+
+    void step(double road, double duration) {
+        state[4] = road;
+        const int parts = 1 + static_cast<int>(duration / 0.002);
+        for (int part = 0; part < parts; ++part) {
+            State term = state;
+            for (int order = 1; order < 16; ++order) {
+                term = rate(term);
+                for (double& x : term) x *= duration / parts / order;
+                for (std::size_t i = 0; i < 5; ++i) state[i] += term[i];
+            }
+        }
+    }
+
+    /// Compares values and derivatives of all outputs, relative to how large they get on a road of 5 cm.
+    void expect(const Instance& instance, const std::string& when) const {
+        const State d1 = rate(state), d2 = rate(d1);
+        const std::array<double, 9> exact{state[0], d1[0],        d2[0],     state[1], d1[1],
+                                          d2[1],    force(state), force(d1), force(d2)};
+        const std::array<double, 9> size{0.1, 1, 10, 0.1, 3, 100, 2000, 1e5, 1e7};
+        for (std::size_t i = 0; i < 9; ++i)
+            EXPECT_NEAR(instance.outputs[i], exact[i], 1e-7 * size[i]) << "output " << i << ' ' << when;
+    }
+
+    double carMass = 400;
+    State state{};
+};
+
+TEST(DemoSolver, TheQuarterCarMovesExactlyWhateverTheSteps) {
+    const CommaLocale comma; // numbers in files have a full stop all the same
+    const Folder folder;
+    Instance car(quarterCar(folder, "m_c, 380.000000\nz_road, 0.020000\n"));
+    ExactCar exact{380, {0, 0, 0, 0, 0.02}};
+    car.start();
+    exact.expect(car, "at the start, on the road's start value");
+
+    double time = 1.5; // masters need not start at 0
+    for (const auto& [road, duration] : std::vector<std::pair<double, double>>{
+             {0.05, 0.01}, {-0.02, 0.0003}, {-0.02, 1e-6}, {0.01, 0.25}, {0.05, 0.0}, {0.0, 2.0}, {0.03, 0.001}}) {
+        car.deposit(road, time);
+        car.request(time += duration);
+        exact.step(road, duration);
+        exact.expect(car, "at " + std::to_string(time));
+    }
+    EXPECT_EQ(car.messages[1] + car.messages[2], "");
+    car.terminate();
+}
+
+TEST(DemoSolver, RunsOfSeveralInstancesKeepApart) {
+    const Folder light, heavy;
+    Instance first(quarterCar(light), light.path / "result.csv"), second(quarterCar(heavy, "m_c, 800\n"), heavy.path);
+    ExactCar exactFirst, exactSecond{800};
+    first.start();
+    second.start();
+    for (int i = 0; i < 5; ++i) {
+        first.deposit(0.05, 0.01 * i);
+        second.deposit(-0.01, 0.01 * i);
+        first.request(0.01 * (i + 1));
+        if (i == 4) first.terminate(); // the other goes on
+        second.request(0.01 * (i + 1));
+        exactFirst.step(0.05, 0.01);
+        exactSecond.step(-0.01, 0.01);
+    }
+    exactFirst.expect(first, "of the first");
+    exactSecond.expect(second, "of the second");
+    second.terminate();
+
+    EXPECT_NE(first.messages[0].find("The run of 'QuarterCar' ended at 0.05 s.\n"), std::string::npos);
+    const std::string result = contentOf(light.path / "result.csv");
+    EXPECT_EQ(result.substr(0, result.find("\n0.01,")), "time [s],z_road [m],z_c [m],z_w [m],F_s [N]\n0,0,0,0,0");
+    EXPECT_EQ(std::count(result.begin(), result.end(), '\n'), 7);
+    EXPECT_EQ(second.messages[1], "The result file '" + heavy.path.string() +
+                                      "' can't be opened: Is a directory. The run goes on without it.\n");
+}
+
+TEST(DemoSolver, TheRunNeverStepsBack) {
+    const Folder folder;
+    Instance car(quarterCar(folder));
+    ExactCar exact;
+    car.start();
+    car.deposit(0.05, 0);
+    car.request(0.1);
+    exact.step(0.05, 0.1);
+
+    car.deposit(0.01, 0); // as at the end of a run without a stop time
+    car.deposit(0.02, 1e9);
+    car.request(0.1);
+    exact.step(0.02, 0);
+    exact.expect(car, "after late and early deposits");
+
+    car.request(0.05);
+    EXPECT_EQ(car.messages[2], "Outputs at 0.05 s are requested, but the run has reached 0.1 s and can't step back.\n");
+    car.request(0.2);
+    EXPECT_NE(car.messages[2].find("There is no run"), std::string::npos);
+    car.terminate();
+    car.terminate();
+}
+
+TEST(DemoSolver, APendulumOnASpringObeysItsEquations) {
+    const Folder folder;
+    writeFile(folder.path / "pendulum.xml", R"(<mechanism name="pendulum">
+        <gravity acceleration="0 -9.81 0"/>
+        <body name="arm" mass="2" centre="0 -0.5 0"><joint type="pin" axis="0 0 1" coordinate="3" speed="4"/></body>
+        <point_spring name="s" from_at="1 0 0" to="arm" to_at="0 -1 0" stiffness="20" damping="0.5" rest="0.3"/>
+        <input><effort name="torque" joint="arm"/></input>
+        <output><coordinate name="phi" joint="arm"/><point name="x" body="arm" at="0 -1 0" component="x"/></output>
+        <output><spring_force name="F" spring="s"/></output></mechanism>)");
+    Instance pendulum(folder.path / "pendulum.xml");
+    pendulum.widths = {2, 1};
+    pendulum.start();
+    double largest = 0;
+    for (int i = 0; i < 100; ++i) {
+        pendulum.deposit(i < 50 ? 30 : 0, 0.01 * i);
+        pendulum.request(0.01 * (i + 1));
+
+        const auto& y = pendulum.outputs; // phi, x, phi', x', phi'', x'', F, F', F''
+        const double s = std::sin(y[0]), c = std::cos(y[0]), w = y[2], a = y[4];
+        const double length = std::sqrt(2 - 2 * s), rate = -c * w / length; // of the spring, as 1 + 1 - 2 sin(phi)
+        const double acceleration = (s * w * w - c * a - rate * rate) / length;
+        const double force = 20 * (length - 0.3) + 0.5 * rate;
+        const double torque = pendulum.inputs[0] - 2 * 9.81 * 0.5 * s + force * c / length;
+        const double forceRate = 20 * rate + 0.5 * acceleration;
+        const double torqueRate = -9.81 * c * w + (forceRate * c - force * s * w - force * c * rate / length) / length;
+        const double jerk = (c * w * w * w + 3 * s * w * a - c * torqueRate / 0.5 - 3 * rate * acceleration) / length;
+        EXPECT_NEAR(a, torque / (2 * 0.25), 1e-8 * 100) << i;
+        EXPECT_NEAR(y[1], s, 1e-12) << i;
+        EXPECT_NEAR(y[3], c * w, 1e-8) << i;
+        EXPECT_NEAR(y[5], c * a - s * w * w, 1e-8 * 100) << i;
+        EXPECT_NEAR(y[6], force, 1e-8 * 10) << i;
+        EXPECT_NEAR(y[7], forceRate, 1e-8 * 100) << i;
+        EXPECT_NEAR(y[8], 20 * acceleration + 0.5 * jerk, 1e-4 * 1000)
+            << i; // a difference, at times on a very short spring
+        largest = std::max(largest, y[0]);
+    }
+    EXPECT_GT(largest, 7) << "angles count whole turns";
+    pendulum.terminate();
+}
+
+TEST(DemoSolver, AStartThatCannotWorkSaysWhy) {
+    const Folder folder;
+    const fs::path model = quarterCar(folder);
+    const struct {
+        fs::path model;
+        std::function<void(Instance&)> change;
+        std::string says;
+    } cases[] = {
+        {model,
+         [](Instance& i) {
+             i.widths = {1, 1};
+         },
+         "describes 2 output ports, but the model file"},
+        {model,
+         [](Instance& i) {
+             i.inputs = {0, 0};
+         },
+         "describes 2 input ports, but the model file"},
+        {model, [](Instance& i) { i.widths[2] = 4; }, "describes 4 signals at output port 3, but the model"},
+        {model, [](Instance& i) { i.inputWidth = 2; }, "describes 2 signals at input port 1, but the model"},
+        {"", [](Instance&) {}, "names no model file"},
+        {"/nowhere.xml", [](Instance&) {}, "/nowhere.xml: can't be read: No such file or directory"},
+    };
+    for (const auto& [file, change, says] : cases) {
+        Instance car(file);
+        change(car);
+        car.start();
+        EXPECT_NE(car.messages[2].find(says), std::string::npos) << says << "\nbut got: " << car.messages[2];
+        car.terminate();
+    }
+}
+
+TEST(FmuBatch, RefusesWhatItCannotTranslate) {
+    const std::string text = R"(<mechanism name="Cart">
+<parameter name="m" value="2" unit="kg"/>
+<parameter name="who" value="cart"/>
+<body name="cart" mass="0.5*${m}"><joint type="slider" axis="1 0 0"/></body>
+<joint_spring name="s" to="${who}" stiffness="8"/>
+<input><effort name="pull" joint="cart"/></input>
+<output><coordinate name="x" joint="cart"/></output>
+</mechanism>)";
+    const struct {
+        std::string values, from, to, says; ///< the template has `to` where it had `from`
+    } cases[] = {
+        {"m, 3\nmass, 1\n", "", "",
+         "Cart.csv:2: 'mass' is neither a parameter nor an input of Cart.mdl; these are: m, pull, who"},
+        {"x, 0.1\n", "", "", "Cart.csv:1: 'x' is neither"},
+        {"m, 400,5\n", "", "", "Cart.csv:1: the value '400,5' of 'm' isn't a number"},
+        {"pull, nan\n", "", "", "Cart.csv:1: the value 'nan'"},
+        {"m 400\n", "", "", "Cart.csv:1: 'm 400' isn't of the form 'name, value'"},
+        {"m, 1\nm, 2\n", "", "", "Cart.csv:2: 'm' is set a second time"},
+        {"who, nobody\n", "", "", "Cart.mdl:5: to: there is no body 'nobody' above"},
+        {"m, -1\n", "", "", "Cart.mdl:4: mass: -0.5 is negative"},
+        {"m, 0\n", "", "", "Cart.mdl:1: body 'cart' needs a mass"},
+        {"", "${m}", "${n}", "Cart.mdl:4: mass: no parameter 'n' is declared above"},
+        {"", "${m}", "${m}*", "Cart.mdl:4: mass: '' isn't a number"},
+        {"", "</body>", "</boy>", "Cart.mdl:4: isn't well-formed XML: Opening and ending tag mismatch"},
+        {"", "<joint_spring", "<spring", "Cart.mdl:5: <spring> isn't known"},
+        {"", "stiffness", "stifness", "Cart.mdl:5: <joint_spring> has no attribute 'stifness'"},
+        {"", " joint=\"cart\"", "", "Cart.mdl:6: <effort> lacks the attribute 'joint'"},
+        {"", "1 0 0", "1 0", "Cart.mdl:4: axis: '1 0' has 2 numbers, but 3 are needed"},
+    };
+    for (const auto& [values, from, to, says] : cases) {
+        const Folder folder;
+        writeFile(folder.path / "Cart.csv", values);
+        std::string changed = text;
+        writeFile(folder.path / "Cart.mdl", changed.replace(changed.find(from), from.size(), to));
+        const auto [code, log] = translate(folder.path, "Cart.mdl Cart.csv");
+        EXPECT_EQ(code, 1) << says;
+        EXPECT_EQ(log.substr(0, 11 + says.size()), "fmu_batch: " + says);
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder.path), {}), 3) << "the two files and the log: " << says;
+    }
+
+    const Folder folder;
+    writeFile(folder.path / "Cart.mdl", text);
+    EXPECT_EQ(translate(folder.path, "Cart.mdl no.csv"),
+              std::pair(1, std::string("fmu_batch: no.csv: can't be read: No such file or directory\n")));
+    EXPECT_EQ(translate(folder.path, "Cart.mdl").first, 2);
+}
+
+} // namespace
