@@ -1,6 +1,7 @@
 // Parameter files as people and tools write them, against a reader that knows no bounds but has room to spill.
 #include <cstring>
 #include <random>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -58,32 +59,24 @@ private:
 } // namespace
 
 TEST(ParameterFiles, IntegersAreSeparatedBySingleTabsAndATextEndsAtItsFirstLineFeed) {
-    const char* rows[] = {"3\t2\t1\n",
-                          "3 2 1 ",
-                          "3 2 1\n",
-                          "3 ",
-                          "\t3\n",
-                          "",
-                          "\n",
-                          "",
-                          "",
-                          "",
-                          "3\t\t1\n",
-                          "3 ",
-                          "3\t2",
-                          "3 2 ",
-                          " 4 x\t-5\t+6\r\n",
-                          "4 -5 6 ",
-                          "x\t \t7",
-                          "0 0 7 ",
-                          "1\t2\t3\t4\t5\t6\t7\t8\t9",
-                          "1 2 3 4 5 6 7 8 9 "};
-    for (std::size_t i = 0; i < std::size(rows); i += 2) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"3\t2\t1\n", "3 2 1 "},
+        {"3 2 1\n", "3 "}, // blanks do not separate
+        {"\t3\n", ""},
+        {"\n", ""},
+        {"", ""},
+        {"3\t\t1\n", "3 "},
+        {"3\t2", "3 2 "},
+        {" 4 x\t-5\t+6\r\n", "4 -5 6 "},
+        {"x\t \t7", "0 0 7 "},
+        {"1\t2\t3\t4\t5\t6\t7\t8\t9", "1 2 3 4 5 6 7 8 9 "},
+    };
+    for (const auto& [line, expected] : rows) {
         std::int32_t values[16];
         std::string list;
-        for (int k = 0, count = get_int_vec_from_string(rows[i], values); k < count; ++k)
-            list += std::to_string(values[k]) + " ";
-        EXPECT_EQ(list, rows[i + 1]) << rows[i];
+        const int count = get_int_vec_from_string(line.c_str(), values);
+        for (int i = 0; i < count; ++i) list += std::to_string(values[i]) + " ";
+        EXPECT_EQ(list, expected) << line;
     }
     char text[] = "##########";
     EXPECT_EQ(get_string_from_string(text, "ab\r\ncd"), 3);
@@ -132,37 +125,33 @@ TEST(ParameterFiles, WhateverAFileHoldsSpillsIntoTheNextFieldsAndStopsAtTheEndOf
 TEST(ParameterFiles, FourListsOfNamesAreReadLineByLine) {
     const Folder folder;
     const std::string path = folder.path / "mv.par", longest(1023, 'n');
-    // The lists of reals, integers, booleans and strings; a file's failure.
-    const std::string rows[] = {"2\na\nb c\n0\n1\nx\r\n1\ns",
-                                "a,b c,||x\r,|s,|",
-                                "2 names\n\n" + longest + "y\n",
-                                "," + longest + ",||||",
-                                "1\n1",
-                                "1,|1,|1,|1,|",
-                                "none\n",
-                                "||||",
-                                "",
-                                "||||",
-                                "1\na\n-1\n",
-                                "-2",
-                                "1\na\n9999999\n",
-                                "-2"};
-    for (std::size_t i = 0; i < std::size(rows); i += 2) {
-        writeFile(path, rows[i]);
+    // A file, and the names of the reals, integers, booleans, strings; or the failure.
+    const std::pair<std::string, std::string> rows[] = {
+        {"2\na\nb c\n0\n1\nx\r\n1\ns", "a,b c,||x\r,|s,|"},
+        {"2 names\n\n" + longest + "y\n", "," + longest + ",||||"},
+        {"1\n1", "1,|1,|1,|1,|"}, // the last line again and again
+        {"none\n", "||||"},
+        {"", "||||"},
+        {"1\na\n-1\n", "-2"},
+        {"1\na\n9999999\n", "-2"},
+    };
+    for (const auto& [content, expected] : rows) {
+        writeFile(path, content);
         MvParRecord record{-5, 0, 0, 0, nullptr, nullptr, nullptr, nullptr};
         const int result = fread_mv_par(path.c_str(), &record);
         std::string lists = result == 0 ? "" : std::to_string(result);
-        const std::pair<char**, int> all[] = {{record.realNames, record.nRealNames},
-                                              {record.integerNames, record.nIntegerNames},
-                                              {record.booleanNames, record.nBooleanNames},
-                                              {record.stringNames, record.nStringNames}};
-        for (const auto& [names, count] : all) {
-            for (int k = 0; k < count; ++k) lists += names[k] + std::string(",");
-            lists += result == 0 ? "|" : "";
+        const auto add = [&lists](char** names, int count) {
+            for (int i = 0; i < count; ++i) lists += names[i] + std::string(",");
+            lists += "|";
+        };
+        if (result == 0) {
+            add(record.realNames, record.nRealNames), add(record.integerNames, record.nIntegerNames);
+            add(record.booleanNames, record.nBooleanNames), add(record.stringNames, record.nStringNames);
+            releaseNames(record);
+        } else {
+            EXPECT_EQ(record.nRealNames, -5) << "left as it was";
         }
-        EXPECT_EQ(lists, rows[i + 1]) << rows[i];
-        EXPECT_TRUE(result == 0 || record.nRealNames == -5) << "left as it was";
-        if (result == 0) releaseNames(record);
+        EXPECT_EQ(lists, expected) << content;
     }
     EXPECT_EQ(fread_mv_par("/nowhere", nullptr) + fread_mv_par(nullptr, nullptr), -2);
 }
