@@ -30,7 +30,7 @@ def main() -> int:
     inputs = model.input_signal(times)
     exact = model.exact(values, times, inputs)
     if not all(np.ptp(signal) > 0.0 for signal in exact.values()):
-        sys.exit("cosimulate: nothing moves before the stop time, so there would be nothing to compare")
+        sys.exit("cosimulate: no step meets the bump, so there would be nothing to compare: a smaller --step or a later --stop")
 
     out = options.out.resolve()
     out.mkdir(parents=True, exist_ok=True)
@@ -48,7 +48,7 @@ def main() -> int:
     console.print(f"Distance from the exact solution, at most {TOLERANCE:g} of the range:")
     console.print(report.table(comparison))
     show_time(record)
-    console.print(f"Written to {out}: {options.model}.csv, {options.model}.png", soft_wrap=True)
+    console.print(f"Written to {options.out}: {options.model}.csv, {options.model}.png", soft_wrap=True)
     return show_verdict(comparison)
 
 
@@ -68,25 +68,36 @@ def assignment(text: str) -> tuple[str, float]:
     name, equals, value = text.partition("=")
     if not equals:
         raise argparse.ArgumentTypeError(f"'{text}' is not of the form NAME=VALUE")
-    return name, positive(value)
+    return name, number(value)
 
 
-def positive(text: str) -> float:
+def number(text: str) -> float:
     try:
         value = float(text)
     except ValueError:
         value = math.nan
-    if not 0.0 < value < math.inf:
-        raise argparse.ArgumentTypeError(f"'{text}' is not a number above 0")
+    if not math.isfinite(value):
+        raise argparse.ArgumentTypeError(f"'{text}' is not a number")
+    return value
+
+
+def positive(text: str) -> float:
+    value = number(text)
+    if value <= 0.0:
+        raise argparse.ArgumentTypeError(f"'{text}' is not above 0")
     return value
 
 
 def parameter_values(master: Master, changes: dict[str, float]) -> dict[str, float]:
-    """The start value of every parameter, or what it is changed to."""
+    """The start value of every parameter, or what it is changed to, with the six decimals that reach the solver."""
     values = {parameter.name: float(parameter.start) for parameter in master.parameters}
-    for name in changes.keys() - values.keys():
-        sys.exit(f"cosimulate: there is no parameter '{name}'; there are {', '.join(values)}")
-    return values | changes
+    if unknown := sorted(changes.keys() - values.keys()):
+        sys.exit(f"cosimulate: there is no parameter {', '.join(unknown)}; there are {', '.join(values)}")
+    values |= {name: round(value, 6) for name, value in changes.items()}
+    for parameter in master.parameters:
+        if parameter.min is not None and values[parameter.name] < float(parameter.min):
+            sys.exit(f"cosimulate: {parameter.name} must not be below {parameter.min}")
+    return values
 
 
 def describe(values: dict[str, float]) -> str:

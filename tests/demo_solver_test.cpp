@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <iterator>
 #include <map>
 #include <stdexcept>
@@ -257,27 +256,21 @@ TEST(DemoSolver, AStartThatCannotWorkSaysWhy) {
     const fs::path model = quarterCar(folder);
     const struct {
         fs::path model;
-        std::function<void(Instance&)> change;
+        std::vector<double> inputs;
+        int inputWidth;
+        std::vector<int> widths;
         std::string says;
     } cases[] = {
-        {model,
-         [](Instance& i) {
-             i.widths = {1, 1};
-         },
-         "describes 2 output ports, but the model file"},
-        {model,
-         [](Instance& i) {
-             i.inputs = {0, 0};
-         },
-         "describes 2 input ports, but the model file"},
-        {model, [](Instance& i) { i.widths[2] = 4; }, "describes 4 signals at output port 3, but the model"},
-        {model, [](Instance& i) { i.inputWidth = 2; }, "describes 2 signals at input port 1, but the model"},
-        {"", [](Instance&) {}, "names no model file"},
-        {"/nowhere.xml", [](Instance&) {}, "/nowhere.xml: can't be read: No such file or directory"},
+        {model, {0}, 1, {1, 1}, "describes 2 output ports, but the model file"},
+        {model, {0, 0}, 1, {1, 1, 1}, "describes 2 input ports, but the model file"},
+        {model, {0}, 1, {1, 1, 4}, "describes 4 signals at output port 3, but the model"},
+        {model, {0}, 2, {1, 1, 1}, "describes 2 signals at input port 1, but the model"},
+        {"", {0}, 1, {1, 1, 1}, "names no model file"},
+        {"/nowhere.xml", {0}, 1, {1, 1, 1}, "/nowhere.xml: can't be read: No such file or directory"},
     };
-    for (const auto& [file, change, says] : cases) {
+    for (const auto& [file, inputs, inputWidth, widths, says] : cases) {
         Instance car(file);
-        change(car);
+        car.inputs = inputs, car.inputWidth = inputWidth, car.widths = widths;
         car.start();
         EXPECT_NE(car.messages[2].find(says), std::string::npos) << says << "\nbut got: " << car.messages[2];
         car.terminate();

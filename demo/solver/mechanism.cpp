@@ -20,7 +20,10 @@ using SimTK::Transform;
 using SimTK::Vec3;
 
 /// Of each step, relative to a length of 1 m, an angle of 1 rad and speeds of their kind.
-constexpr double accuracy = 1e-10;
+constexpr double accuracy = 1e-11;
+
+/// Of the integrator for one request; takes a second or so for a small mechanism.
+constexpr int mostSteps = 20000;
 
 /// A joint's frame: the joint type turns about its z axis or slides along its x axis.
 Transform jointFrame(const Joint& joint, const Vector& at) {
@@ -92,6 +95,7 @@ Mechanism::Parts::Parts(const Model& model)
       inputs(signalsOf(model.inputPorts)), outputs(signalsOf(model.outputPorts)), inputValues(inputs.size(), 0.0),
       integrator(system) {
     integrator.setAccuracy(accuracy);
+    integrator.setInternalStepLimit(mostSteps);
     integrator.setAllowInterpolation(false); // every step ends at the time that is asked for
     const SimTK::Force::Custom element(forceSubsystem, forces);
     forceSubsystem.setNumberOfThreads(1);
@@ -188,7 +192,9 @@ void Mechanism::setInputs(const std::vector<double>& values) {
 void Mechanism::advanceTo(double time) {
     try {
         parts_->restart();
-        while (parts_->integrator.getTime() < time) parts_->integrator.stepTo(time, time);
+        while (parts_->integrator.getTime() < time)
+            if (parts_->integrator.stepTo(time, time) == SimTK::Integrator::ReachedStepLimit)
+                throw std::runtime_error("The forces change too fast.");
         parts_->state = parts_->integrator.getState();
     } catch (const std::exception& error) {
         throw std::runtime_error(fmt::format("The motion can't be followed from {} s to {} s. Check stiffnesses, "

@@ -36,7 +36,7 @@ private:
 
     std::string declaredName(XmlElement& element, const char* what);
     /// The name of a signal or parameter: a value file names both alike.
-    std::string variableName(XmlElement& element) { return declaredName(element, "variable"); }
+    std::string variableName(XmlElement& element);
     std::size_t body(XmlElement& element, const char* attribute, bool optional = false) const;
     std::size_t coordinate(XmlElement& element, const char* attribute, bool optional = false) const;
     std::size_t spring(XmlElement& element, const char* attribute) const;
@@ -107,11 +107,17 @@ void ModelReader::readElement(XmlElement& element) {
 
 void ModelReader::readParameter(XmlElement& element) {
     const std::string name = variableName(element);
-    if (name.find_first_of(" ,*/${}") != std::string::npos)
-        element.fail(fmt::format("name: '{}' has a character that parameters can't have: blank , * / $ {{ }}", name));
     document_.setParameter(name, element.text("value"));
     element.text("unit", "");
     element.finishLeaf();
+}
+
+/// Names of parameters and signals stand in expressions, in value files and in the head of the result file.
+std::string ModelReader::variableName(XmlElement& element) {
+    const std::string name = declaredName(element, "variable");
+    if (name.find_first_of(" ,*/${}") != std::string::npos)
+        element.fail(fmt::format("name: '{}' has a character that names can't have: blank , * / $ {{ }}", name));
+    return name;
 }
 
 void ModelReader::readGravity(XmlElement& element) {
@@ -182,6 +188,7 @@ void ModelReader::readJointSpring(XmlElement& element) {
     spring.kind = Spring::Kind::coordinates;
     spring.from = coordinate(element, "from", true);
     spring.to = coordinate(element, "to");
+    if (spring.from == spring.to) element.fail("to: both ends are on the same body");
     if (spring.from != 0 && model_.bodies[spring.from].joint.type != model_.bodies[spring.to].joint.type)
         element.fail("from: a spring can't couple an angle and a displacement");
     spring.stiffness = element.notNegative("stiffness", 0);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 
 #include "demo/solver/model_reader.h"
@@ -68,7 +69,9 @@ std::unique_ptr<Mechanism> makeMechanism(const Model& model, const std::string& 
 }
 
 /// Times that rounding alone keeps apart are the same moment to a master.
-bool isSameMoment(double a, double b) { return std::abs(a - b) <= 1e-12 * std::max(1.0, std::abs(a)); }
+bool isSameMoment(double a, double b) {
+    return std::abs(a - b) <= 16 * std::numeric_limits<double>::epsilon() * std::max(1.0, std::abs(a));
+}
 
 } // namespace
 
@@ -124,6 +127,10 @@ void Run::openResultFile() {
         for (const Output& signal : port.signals) header += fmt::format(",{} [{}]", signal.name, signal.unit);
 
     results_ = std::make_unique<ResultFile>(resultPath_, header);
+    dropFailedResults();
+}
+
+void Run::dropFailedResults() {
     if (results_->failure().empty()) return;
     host_.warn(results_->failure() + " The run goes on without it.");
     results_.reset();
@@ -184,7 +191,9 @@ void Run::writeOutputs() {
             if (port.second != nullptr) port.second[i] = signal.second;
             outputValues_.push_back(signal.value);
         }
-    if (results_) results_->addRow(mechanism_->time(), inputValues_, outputValues_);
+    if (!results_) return;
+    results_->addRow(mechanism_->time(), inputValues_, outputValues_);
+    dropFailedResults();
 }
 
 void Run::finish() {

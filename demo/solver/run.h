@@ -51,6 +51,7 @@ private:
 
     void connectPorts();
     void openResultFile();
+    void dropFailedResults();
     void reportStart() const;
     std::vector<double> portInputs() const;
     void checkFinite(const std::vector<double>& inputs) const;
