@@ -28,7 +28,7 @@ class Library(unittest.TestCase):
         listed = set(re.findall(r'"(.+)";', text)) | set(re.findall(r"^\s*(\w+);", text, re.M))
         lines = subprocess.run([NM, "-D", "-C", "--defined-only", LIBRARY], check=True, capture_output=True, text=True)
         exported = [line.split(" ", 2)[2] for line in lines.stdout.splitlines()]
-        self.assertEqual(sorted(exported), sorted(listed | {"FixPath"}))
+        self.assertEqual(sorted(exported), sorted(listed))
 
     def test_includes_run_from_the_exported_functions_down_to_the_utilities(self) -> None:
         files = [file for folder in ("fmi", "plant", "resources", "util") for file in (ROOT / folder).rglob("*.[ch]*")]

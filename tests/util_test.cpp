@@ -104,6 +104,7 @@ TEST(Util, LibrariesAreLoadedWithTheirFlagsAndFailuresPrinted) {
         EXPECT_EQ(printedBy([&] { EXPECT_EQ(load("/no.so"), nullptr); }),
                   block("/no.so", "/no.so: cannot open shared object file: No such file or directory"));
     }
+    EXPECT_EQ(dlsym(RTLD_DEFAULT, "no_such"), nullptr);
     EXPECT_EQ(printedBy([] { NuPLDyGetFunction(nullptr, nullptr); }), block("(null)", "(null)"));
     EXPECT_TRUE(NuPLDyUnloadLibrary(nullptr) == -1 && GetDllExtension() == GetDllExtension());
     EXPECT_STREQ(GetDllExtension(), ".so");
@@ -164,12 +165,17 @@ TEST(Util, ProcessesAreFoundAndCommandsRunByTheirMode) {
             EXPECT_EQ(result, mode >= 0 && mode <= 4 ? 3 << 8 : -1) << mode;
         }
     EXPECT_EQ(C_unixcall(0, nullptr, 5), -1);
+    EXPECT_EQ(printedBy([] { C_unixcall(0, "echo a; echo b", 14); }), "a\n");
+    testing::internal::CaptureStderr();
+    C_unixcall(0, "ls /no_such", 11);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST(Util, SleepingTakesItsTimeAndWrapsAroundAtThirtyTwoBits) {
     const auto start = std::chrono::steady_clock::now();
     SLEEP(250);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(250));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
     SLEEP(4294968);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
@@ -256,6 +262,9 @@ TEST(Util, BytesSurviveSevenBitsExceptTwoAndElementsAreReversed) {
         EXPECT_EQ(std::string(str7to8(seven)), byte == 127 ? "a\xe2\x7f" : byte == 128 ? "a\x7f" : text);
         std::free(seven);
     }
+    char unpaired[] = "\xc8"
+                      "a\x7f";
+    EXPECT_EQ(std::string(str7to8(unpaired)), "\xe1\x7f");
     EXPECT_TRUE(!str8to7(nullptr) && !str7to8(nullptr));
     char data[] = "abcdefgh";
     for (const auto& [size, count] : {std::pair{3, 2}, {0, 2}, {-3, 2}, {3, 0}, {3, -2}}) {

@@ -36,7 +36,10 @@ void* NuPLDyLoadLibrary3(const char* file) { return reported(dlopen(file, RTLD_L
 
 // Kept: a missing symbol is reported under the words of a missing library.
 void* NuPLDyGetFunction(void* handle, const char* name) {
-    return reported(name != nullptr ? dlsym(handle, name) : nullptr, name);
+    if (name != nullptr) return reported(dlsym(handle, name), name);
+
+    NuPLDyLoadError(); // of an earlier call, not the reason for this one
+    return reported(nullptr, name);
 }
 
 int NuPLDyUnloadLibrary(void* handle) { return handle != nullptr ? dlclose(handle) : -1; }

@@ -22,8 +22,9 @@ TESSARO_EXPORT void* NuPLDyGetFunction(void* handle, const char* name);
 /// Gives a handle back; its functions must not be called any more. 0, or the loader's failure value; -1 for null.
 TESSARO_EXPORT int NuPLDyUnloadLibrary(void* handle);
 
-/// The loader's reason for the latest failure on this thread, null when there is none. Owned by the loader and valid
-/// until the thread's next call into it. Asking takes the reason away: a second call gives null.
+/// The loader's reason for the latest failure on this thread, null when there is none. Asking takes it away, as the
+/// functions above do for the block that they print: left is that of `NuPLDyUnloadLibrary` or of a direct call of the
+/// loader. Owned by the loader and valid until the thread's next call into it.
 TESSARO_EXPORT const char* NuPLDyLoadError();
 
 /// ".so", the extension of shared libraries, with its full stop. One buffer for the whole process; do not release it.

@@ -52,6 +52,7 @@ int BreakLongString(int width, const char* text, char*** parts) {
     if (broken.empty()) return 0;
 
     std::vector<std::unique_ptr<char[]>> buffers;
+    buffers.reserve(broken.size());
     for (const std::string& part : broken) {
         buffers.emplace_back(new char[static_cast<std::size_t>(width) + 3]);
         std::memcpy(buffers.back().get(), part.c_str(), part.size() + 1);

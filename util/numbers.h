@@ -9,8 +9,8 @@
 /// of ten that remains is limited to -299 to 299, so that 1e400 is read as 1e299.
 ///
 /// `end`, when not null, receives the position behind the number, which is behind an E and its sign even when no digits
-/// follow; a text without a number gives 0 and a position behind its white space, sign and full stop. A null text gives
-/// 0 and the position null.
+/// follow; a text without a number gives 0 and a position behind its white space, sign, full stop and exponent. A null
+/// text gives 0 and the position null.
 TESSARO_EXPORT double fstrtod(const char* text, char** end);
 
 /// 1 when the text is a number, else 0. An empty text is one; a text with blanks is none, nor is one that begins with E

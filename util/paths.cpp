@@ -11,6 +11,8 @@
 
 #include <strings.h>
 
+#include "util/owners.h"
+
 namespace {
 
 template <typename Char>
@@ -60,10 +62,7 @@ bool IsFileExist(const char* path) {
     FixPath(fixed.data());
 
     // Kept: a folder opens for reading too and counts as a file.
-    std::FILE* stream = std::fopen(fixed.c_str(), "r");
-    if (stream == nullptr) return false;
-    std::fclose(stream);
-    return true;
+    return Stream(std::fopen(fixed.c_str(), "r")) != nullptr;
 }
 
 char* ChangeExtension(const char* path, const char* oldExt, const char* newExt) {

@@ -4,25 +4,19 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include <signal.h>
 #include <unistd.h>
 
-namespace {
+#include "util/owners.h"
 
-struct Free {
-    void operator()(char* text) const { std::free(text); }
-};
+namespace {
 
 /// True when the file can be opened and holds a first line, even an empty one.
 bool hasLine(const char* path) {
-    std::FILE* stream = std::fopen(path, "r");
-    if (stream == nullptr) return false;
-    const bool hasFirst = std::fgetc(stream) != EOF;
-    std::fclose(stream);
-    return hasFirst;
+    const Stream stream(std::fopen(path, "r"));
+    return stream && std::fgetc(stream.get()) != EOF;
 }
 
 int runSilently(const char* command, int length) {
@@ -30,7 +24,7 @@ int runSilently(const char* command, int length) {
     // Kept: the suffix takes 17 characters and the zero one more. A length below the command's is not believed.
     const auto given = static_cast<std::size_t>(std::max(length, 0));
     const std::size_t size = std::max(given, std::strlen(command)) + 18;
-    const std::unique_ptr<char, Free> silent(static_cast<char*>(std::malloc(size)));
+    const MallocText silent(static_cast<char*>(std::malloc(size)));
     if (!silent) return -1;
 
     // Kept: the suffix stands behind the text, so that of "a; b" only b is silent.
@@ -53,7 +47,7 @@ bool IsProcessRunning(const char* name) {
 }
 
 bool IsProcessRunning(int pid) {
-    // Kept: a process that this user must not signal counts as not running.
+    // Kept: a process that this user may not signal counts as not running.
     return kill(pid, 0) == 0;
 }
 

@@ -6,7 +6,8 @@
 
 /// Whether a process runs whose name matches the pattern `name` of pgrep. The name goes to the shell unquoted, so it
 /// must be one word. Writes a file "_<name>_.chk" in the working directory and deletes it again; two calls for one name
-/// at the same time interfere. False for null, without pgrep, and when the file cannot be written.
+/// at the same time interfere. False for null, without pgrep, and when the file cannot be opened;
+/// one that is there and cannot be overwritten is taken for the answer. Throws std::bad_alloc when memory is lacking.
 TESSARO_EXPORT bool IsProcessRunning(const char* name);
 
 /// Whether signal 0 can be sent to the process `pid`: false also for a process of another user. 0 and negative numbers
