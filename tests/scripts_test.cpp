@@ -14,17 +14,6 @@ private:
     const std::string text_;
 };
 
-/// The line, or one for each item of its braces.
-std::vector<std::string> expanded(const std::string& line) {
-    std::smatch braces;
-    if (!std::regex_search(line, braces, std::regex(R"(\{(.*?)\})"))) return {line};
-    std::vector<std::string> lines;
-    std::istringstream items(braces[1]);
-    for (std::string item; std::getline(items, item, ',');)
-        lines.push_back(braces.prefix().str() + item + braces.suffix().str());
-    return lines;
-}
-
 [[maybe_unused]] const bool registered = [] {
     std::ifstream file(TESSARO_SCRIPTS);
     std::vector<std::pair<std::regex, std::string>> replacements;
@@ -41,7 +30,7 @@ std::vector<std::string> expanded(const std::string& line) {
         else if (std::regex_match(line, parts, std::regex("s~(.*)~(.*)~")))
             replacements.emplace_back(std::regex(parts.str(1)), replaced(parts.str(2)));
         else if (line[0] != '#')
-            for (const std::string& command : expanded(line)) scripts[section] += replaced(command) + "\n";
+            scripts[section] += replaced(line) + "\n";
     }
     for (const auto& [name, text] : scripts)
         testing::RegisterTest(name.substr(0, name.find('.')).c_str(), name.substr(name.find('.') + 1).c_str(), nullptr,
