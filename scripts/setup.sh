@@ -13,7 +13,8 @@ venv=$root/build/venv
 requirements=$root/demo/requirements.txt
 
 declare -A packages_of=(
-    [build]="g++ cmake ninja-build libxml2-dev libsimbody-dev libfmt-dev libgtest-dev"
+    [build]="g++ cmake ninja-build pkg-config libxml2-dev libsimbody-dev libfmt-dev libgtest-dev \
+libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev nlohmann-json3-dev"
     [python]="python3-venv"
     [checks]="clang clang-format clang-tidy valgrind procps"
 )

@@ -1,0 +1,39 @@
+// An FMU's files on disk, from a folder or an archive. An archive is unpacked into a temporary folder; whoever made it
+// is not trusted.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+#include "packaging/findings.h"
+
+namespace packaging {
+
+/// What unpacking refuses to go beyond.
+struct UnpackingLimits {
+    std::uint64_t files = 100'000;
+    std::uint64_t bytes = 4ULL << 30;
+};
+
+/// The files of one FMU. A temporary folder is removed with the tree.
+class FmuTree {
+public:
+    /// Opens a folder, or unpacks an archive: regular files and folders only, none outside the temporary folder.
+    /// Entries that are left out (absolute paths, "..", backslashes, links, names that stand twice) are reported.
+    /// Throws UserError when there is nothing that can be read, when the archive is damaged or a limit is met.
+    FmuTree(const std::filesystem::path& path, Findings& findings, const UnpackingLimits& limits = {});
+    ~FmuTree();
+    FmuTree(const FmuTree&) = delete;
+    FmuTree& operator=(const FmuTree&) = delete;
+
+    /// The folder that holds modelDescription.xml.
+    const std::filesystem::path& root() const { return root_; }
+    bool isArchive() const { return !temporary_.empty(); }
+
+private:
+    std::filesystem::path root_;
+    std::filesystem::path temporary_; ///< empty for a folder
+};
+
+} // namespace packaging

@@ -1,0 +1,33 @@
+// What a shared library's file says about itself. The file is only read and mapped by the loader: its code doesn't run.
+#pragma once
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace packaging {
+
+struct SharedObject {
+    std::string name;                ///< its soname, or empty
+    std::vector<std::string> needed; ///< the libraries that it names, in order
+    std::string searchPath;          ///< RUNPATH, or RPATH, as it stands; or empty
+    std::set<std::string> functions; ///< exported and defined
+    std::string glibc;               ///< newest glibc version that a symbol asks for, such as "2.34"; or empty
+};
+
+/// Reads the file of a shared library for 64-bit Linux on x86-64. Throws UserError, which says what the file is
+/// instead.
+SharedObject readSharedObject(const std::filesystem::path& file);
+
+/// A library that loading `file` would load with it, directly or through others.
+struct Dependency {
+    std::string name;
+    std::filesystem::path path; ///< empty when the loader doesn't find it here
+};
+
+/// Asks the loader, with this process's environment, where the dependencies of a shared library are. Throws UserError
+/// when the loader doesn't take the file.
+std::vector<Dependency> findDependencies(const std::filesystem::path& file);
+
+} // namespace packaging
