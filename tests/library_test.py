@@ -16,10 +16,22 @@ LAYERS = [
     [r"plant/.*"],
     [r"fmi/.*"],
 ]
+# A program of its own: may stand on the parameter files, and on what every solver is written against.
+PACKAGING = r"packaging/.*|plant/access_interface\.h"
 
 
 def layer_of(file: str) -> int:
     return next((i for i, layer in enumerate(LAYERS) if any(re.fullmatch(form, file) for form in layer)), len(LAYERS))
+
+
+def arrows_from(*folders: str) -> list[tuple[str, str]]:
+    """The pairs of a file of these folders and a file of the project that it includes."""
+    return [
+        (str(file.relative_to(ROOT)), included)
+        for folder in folders
+        for file in (ROOT / folder).rglob("*.[ch]*")
+        for included in re.findall(r'^\s*#\s*include\s*"(.+)"', file.read_text(), re.M)
+    ]
 
 
 class Library(unittest.TestCase):
@@ -31,14 +43,15 @@ class Library(unittest.TestCase):
         self.assertEqual(sorted(exported), sorted(listed))
 
     def test_includes_run_from_the_exported_functions_down_to_the_utilities(self) -> None:
-        files = [file for folder in ("fmi", "plant", "resources", "util") for file in (ROOT / folder).rglob("*.[ch]*")]
-        arrows = [
-            (str(file.relative_to(ROOT)), included)
-            for file in files
-            for included in re.findall(r'^\s*#\s*include\s*"(.+)"', file.read_text(), re.M)
-        ]
+        arrows = arrows_from("fmi", "plant", "resources", "util")
         self.assertGreater(len(arrows), 50)
         upward = [arrow for arrow in arrows if layer_of(arrow[1]) > layer_of(arrow[0]) or not (ROOT / arrow[1]).exists()]
+        self.assertEqual(upward, [])
+
+    def test_the_packaging_program_includes_nothing_above_the_resources(self) -> None:
+        arrows = arrows_from("packaging")
+        self.assertGreater(len(arrows), 20)
+        upward = [arrow for arrow in arrows if layer_of(arrow[1]) > 2 and not re.fullmatch(PACKAGING, arrow[1])]
         self.assertEqual(upward, [])
 
 
