@@ -216,6 +216,97 @@ TEST(DemoSolver, APendulumOnASpringObeysItsEquations) {
     pendulum.terminate();
 }
 
+/// The model of a crank of 0.1 m, a rod of 0.25 m and a slider, with some of its texts replaced by others.
+fs::path sliderCrank(const Folder& folder, const std::vector<std::pair<std::string, std::string>>& changes = {}) {
+    std::string text = R"(<mechanism name="Crank">
+<body name="crank" mass="1" inertia="0.02"><joint type="pin" axis="0 0 1" coordinate="0.5" speed="30"/></body>
+<body name="rod" mass="0.5" inertia="0.01">
+  <joint type="pin" parent="crank" axis="0 0 1" at="0.1 0 0" coordinate="-0.69296"/></body>
+<body name="slider" mass="2"><joint type="slider" axis="1 0 0" coordinate="0.3331"/></body>
+<closure name="pin" from="slider" to="rod" to_at="0.25 0 0" axis="0 0 1"/>
+<joint_spring name="s" to="slider" stiffness="500" damping="8" rest="-0.3"/>
+<input><effort name="torque" joint="crank"/></input>
+<output><coordinate name="phi" joint="crank"/><coordinate name="psi" joint="rod"/>
+  <coordinate name="x" joint="slider"/><spring_force name="F" spring="s"/></output></mechanism>)";
+    for (const auto& [from, to] : changes) text.replace(text.find(from), from.size(), to);
+    writeFile(folder.path / "Crank.xml", text);
+    return folder.path / "Crank.xml";
+}
+
+/// The slider's position and the rod's tilt, each with its derivatives by the crank's angle.
+std::array<double, 6> positionsAt(double phi) {
+    const double s = 0.1 * std::sin(phi), c = 0.1 * std::cos(phi), root = std::sqrt(0.25 * 0.25 - s * s);
+    const double slope = -s * c / root, bend = (s * s - c * c - slope * slope) / root;
+    return {c + root, slope - s, bend - c, -std::asin(4 * s), -c / root, (s + c * slope / root) / root};
+}
+
+TEST(DemoSolver, ASliderCrankObeysItsEquations) {
+    const Folder folder;
+    Instance crank(sliderCrank(folder));
+    crank.widths = {4};
+    crank.start();
+    EXPECT_NE(crank.messages[0].find(" 1 degrees of freedom"), std::string::npos) << crank.messages[0];
+    EXPECT_NEAR(crank.outputs[4], 30, 0.01) << "the speed of the crank stays, the others follow";
+    for (int i = 0; i < 300; ++i) {
+        crank.deposit(i < 150 ? 5 : -3, 1e-3 * i);
+        crank.request(1e-3 * i);
+        const auto y = crank.outputs; // phi, psi, x, F, then their first, then their second derivatives
+        const auto [x, x1, x2, tilt, tilt1, tilt2] = positionsAt(y[0]);
+        const double w = y[4], a = y[8], force = 500 * (0.3 - x) - 8 * x1 * w;
+        const double inertia = 0.02 + 0.5 * 0.1 * 0.1 + 0.01 * tilt1 * tilt1 + 2 * x1 * x1;
+        const double torque = crank.inputs[0] + force * x1 - (0.01 * tilt1 * tilt2 + 2 * x1 * x2) * w * w;
+        EXPECT_NEAR(y[0] + y[1], tilt, 1e-10) << i;
+        EXPECT_NEAR(y[2], x, 1e-10) << i;
+        EXPECT_NEAR(y[3], force, 1e-9 * 100) << i;
+        EXPECT_NEAR(y[6], x1 * w, 1e-9 * 10) << i;
+        EXPECT_NEAR(a, torque / inertia, 1e-9 * 1000) << i;
+        EXPECT_NEAR(y[10], x2 * w * w + x1 * a, 1e-9 * 1000) << i;
+        crank.request(1e-3 * i + 1e-5);
+        EXPECT_NEAR((crank.outputs[7] - y[7]) / 1e-5, (crank.outputs[11] + y[11]) / 2, 1e-5 * 1e6) << i;
+    }
+    EXPECT_GT(crank.outputs[0], 7) << "angles count whole turns";
+}
+
+TEST(DemoSolver, AClosedMechanismFollowsADrivenJointEvenWhenClosedTwice) {
+    const Folder folder;
+    const std::string again = R"(<closure name="ball" from="rod" from_at="0.25 0 0" to="slider"/>
+<closure name="rail" to="rod" to_at="0.25 0 0" axis="1 0 0"/><joint_spring)";
+    Instance crank(sliderCrank(folder, {{"<effort", "<motion start=\"0.7\""}, {"<joint_spring", again}}));
+    crank.widths = {4};
+    crank.start();
+    EXPECT_NE(crank.messages[0].find(" 0 degrees of freedom"), std::string::npos) << crank.messages[0];
+    double time = 0;
+    for (const double angle : {0.7, 3.6, -2.0, 20.0}) {
+        crank.deposit(angle, time);
+        crank.request(time += 0.1);
+        EXPECT_NEAR(crank.outputs[2], positionsAt(angle)[0], 1e-12);
+        EXPECT_NEAR(crank.outputs[0] + crank.outputs[1], positionsAt(angle)[3], 1e-11) << "turns are counted";
+        for (std::size_t k = 4; k < 12; ++k) EXPECT_NEAR(crank.outputs[k], 0, 1e-9) << "output " << k;
+    }
+}
+
+TEST(DemoSolver, ClosuresThatDoNotFitSayWhere) {
+    const std::string motion = R"(<motion name="place" joint="slider" start="0.4"/></input><input><effort)";
+    const struct {
+        std::vector<std::pair<std::string, std::string>> changes;
+        std::string says;
+    } cases[] = {
+        {{{"0.3331", "0.39"}}, "Crank.xml:6: the ends of closure 'pin' are 0.0569 m apart at the start; joining"},
+        {{{"\"slider\" to=", "\"ground\" from_at=\"0.4 0 0\" to="}}, "0.0669 m apart at the start, and no position"},
+        {{{"0.3331\"", "0.3331\" speed=\"9\""}}, "Crank.xml:6: the speeds of the joints at the start don't fit"},
+        {{{"<effort", motion}, {"30", "0"}}, "at 0 s: 28.6 % of the way to them, the ends of closure 'pin' ("},
+        {{{"\"slider\" to=", "\"rod\" to="}}, "Crank.xml:6: to: both ends are on the same body"},
+    };
+    for (const auto& [changes, says] : cases) {
+        const Folder folder;
+        Instance crank(sliderCrank(folder, changes));
+        crank.inputs.resize(changes.size()); // one more where the slider is driven
+        crank.widths = {4};
+        crank.start();
+        EXPECT_NE(crank.messages[2].find(says), std::string::npos) << says << "\nbut got: " << crank.messages[2];
+    }
+}
+
 TEST(DemoSolver, AStartThatCannotWorkSaysWhy) {
     const Folder folder;
     const fs::path model = quarterCar(folder);

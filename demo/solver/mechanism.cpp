@@ -7,6 +7,7 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "demo/solver/closures.h"
 #include "demo/solver/force_elements.h"
 
 namespace solver {
@@ -72,7 +73,7 @@ struct Mechanism::Parts {
     explicit Parts(const Model& model);
 
     void initialize(const Model& model);
-    void setInput(const Input& input, double value);
+    void setInputs(const std::vector<double>& values);
     void restart();
     Signal measure(const Output& output) const;
     void differentiateForces(std::vector<Signal>& signals);
@@ -81,6 +82,7 @@ struct Mechanism::Parts {
     SimTK::SimbodyMatterSubsystem matter;
     SimTK::GeneralForceSubsystem forceSubsystem;
     ForceElements* forces; ///< owned by the system
+    std::unique_ptr<Closures> closures;
     const std::vector<Input> inputs;
     const std::vector<Output> outputs;
     std::vector<double> inputValues;
@@ -100,6 +102,7 @@ Mechanism::Parts::Parts(const Model& model)
     const SimTK::Force::Custom element(forceSubsystem, forces);
     forceSubsystem.setNumberOfThreads(1);
     for (std::size_t i = 1; i < model.bodies.size(); ++i) addBody(model.bodies[i], matter);
+    closures = std::make_unique<Closures>(model, system, matter);
     if (vec3(model.gravity) != Vec3(0)) SimTK::Force::UniformGravity(forceSubsystem, matter, vec3(model.gravity));
     initialize(model);
 }
@@ -110,9 +113,14 @@ void Mechanism::Parts::initialize(const Model& model) {
     for (std::size_t i = 1; i < model.bodies.size(); ++i) {
         if (!model.bodies[i].hasCoordinate()) continue;
         forces->body(i).setOneQ(state, 0, model.bodies[i].joint.coordinate);
-        forces->body(i).setOneU(state, 0, model.bodies[i].joint.speed);
+        forces->body(i).setOneU(state, 0, model.bodies[i].joint.speed.value_or(0));
     }
-    for (const Input& input : inputs) setInput(input, 0.0);
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        if (!inputs[i].isMotion) continue;
+        inputValues[i] = model.bodies[inputs[i].target].joint.coordinate;
+        forces->body(inputs[i].target).lockAt(state, inputValues[i], SimTK::Motion::Position);
+    }
+    closures->joinAtStart(state);
     probe = state;
     system.realize(probe, Stage::Instance);
 
@@ -121,13 +129,19 @@ void Mechanism::Parts::initialize(const Model& model) {
         throw std::runtime_error("The accelerations at the start aren't finite.");
 }
 
-void Mechanism::Parts::setInput(const Input& input, double value) {
-    if (input.isMotion) {
-        forces->body(input.target).lockAt(state, value, SimTK::Motion::Position);
-    } else {
-        forces->setLoad(input.target, value);
-        state.invalidateAllCacheAtOrAbove(Stage::Dynamics);
+void Mechanism::Parts::setInputs(const std::vector<double>& values) {
+    std::vector<DrivenJoint> driven;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (values[i] == inputValues[i]) continue;
+        if (inputs[i].isMotion)
+            driven.push_back({&forces->body(inputs[i].target), values[i]});
+        else
+            forces->setLoad(inputs[i].target, values[i]);
     }
+    if (!driven.empty()) closures->drive(driven, state);
+    state.invalidateAllCacheAtOrAbove(Stage::Dynamics);
+    inputValues = values;
+    restarted = false;
 }
 
 /// Lets the integrator go on from `state`.
@@ -152,7 +166,8 @@ Signal Mechanism::Parts::measure(const Output& output) const {
 }
 
 /// Adds the second derivatives of the measured forces: the change of the first ones on a short way along the motion,
-/// whose length keeps both rounding and the curvature of the mechanism small.
+/// whose length keeps both rounding and the curvature of the mechanism small. What the way strays from closures by is
+/// the same on both sides and drops out.
 void Mechanism::Parts::differentiateForces(std::vector<Signal>& signals) {
     const double way = 1e-5 / std::max(1.0, state.getQDot().normInf());
     for (const double side : {way, -way}) {
@@ -171,7 +186,7 @@ Mechanism::~Mechanism() = default;
 int Mechanism::degreesOfFreedom() const {
     const auto driven =
         std::count_if(parts_->inputs.begin(), parts_->inputs.end(), [](const Input& input) { return input.isMotion; });
-    return parts_->state.getNU() - static_cast<int>(driven);
+    return parts_->state.getNU() - static_cast<int>(driven) - parts_->closures->independentEquations(parts_->state);
 }
 
 double Mechanism::time() const { return parts_->state.getTime(); }
@@ -182,11 +197,7 @@ void Mechanism::setTime(double time) {
 }
 
 void Mechanism::setInputs(const std::vector<double>& values) {
-    if (values == parts_->inputValues) return;
-    for (std::size_t i = 0; i < values.size(); ++i)
-        if (values[i] != parts_->inputValues[i]) parts_->setInput(parts_->inputs[i], values[i]);
-    parts_->inputValues = values;
-    parts_->restarted = false;
+    if (values != parts_->inputValues) parts_->setInputs(values);
 }
 
 void Mechanism::advanceTo(double time) {

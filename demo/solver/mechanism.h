@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 #include "demo/solver/model.h"
@@ -17,16 +18,22 @@ struct Signal {
     double second = 0;
 };
 
+/// The ends of closures can't be joined; a sentence for the user that says why.
+class ClosureError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 /// One mechanism in motion. The inputs hold their values while time advances. Every function passes on the multibody
 /// library's exceptions, all of them std::exception.
 class Mechanism {
 public:
-    /// Sets the mechanism up in its initial position at time 0 with all inputs 0. Throws when its equations of motion
-    /// have no solution there.
+    /// Sets the mechanism up in its initial position at time 0, driven joints as the model says and driven loads 0.
+    /// Throws a ClosureError when its closures don't fit that position, and another exception when its equations of
+    /// motion have no solution there.
     explicit Mechanism(const Model& model);
     ~Mechanism();
 
-    /// Number of degrees of freedom left beside the driven joints.
+    /// Number of degrees of freedom that driven joints and closures leave where the mechanism stands.
     int degreesOfFreedom() const;
 
     double time() const;
@@ -34,7 +41,7 @@ public:
     void setTime(double time);
 
     /// Sets all inputs, in the order of the ports and their signals. A driven joint jumps to its new coordinate and
-    /// stands still there.
+    /// stands still there; what closures tie to it comes along. Throws a ClosureError when it can't.
     void setInputs(const std::vector<double>& values);
 
     /// Integrates up to `time` exactly, which must not lie before `time()`. Throws std::runtime_error when the motion

@@ -19,12 +19,12 @@ enum class JointType { pin, slider, weld, free };
 /// The joint that carries a body. At coordinate 0 the axes of the body are parallel to those of its parent.
 struct Joint {
     JointType type = JointType::weld;
-    std::size_t parent = 0; ///< index of a body that stands before this one
-    Vector at{};            ///< the joint in the parent's frame
-    Vector childAt{};       ///< the joint in the body's own frame
-    Vector axis{0, 0, 1};   ///< of rotation or translation, of any length but 0
-    double coordinate = 0;  ///< at the start: angle in rad or displacement in m
-    double speed = 0;       ///< at the start
+    std::size_t parent = 0;      ///< index of a body that stands before this one
+    Vector at{};                 ///< the joint in the parent's frame
+    Vector childAt{};            ///< the joint in the body's own frame
+    Vector axis{0, 0, 1};        ///< of rotation or translation, of any length but 0
+    double coordinate = 0;       ///< at the start: angle in rad or displacement in m
+    std::optional<double> speed; ///< at the start; without it the joint rests, or moves as closures make it
 };
 
 /// A rigid body with the joint that carries it; a joint is known by the name of its body.
@@ -56,6 +56,17 @@ struct Spring {
     double stiffness = 0; ///< N/m, or N m/rad between angles
     double damping = 0;   ///< N s/m, or N m s/rad
     double rest = 0;      ///< the stretch without force
+};
+
+/// Keeps a point of one body on a point of another, or on a line through it, and so closes a loop of bodies.
+struct Closure {
+    std::string name;
+    std::string place; ///< file and line, for messages
+    std::size_t from = 0;
+    std::size_t to = 0;
+    Vector fromPoint{}; ///< in the frame of `from`
+    Vector toPoint{};
+    std::optional<Vector> axis; ///< unit vector along which `toPoint` is free, in the frame of `from`
 };
 
 /// A force or torque on a body, constant or driven by an input.
@@ -98,6 +109,7 @@ struct Model {
     std::string name;
     Vector gravity{};         ///< m/s2
     std::vector<Body> bodies; ///< the first is the ground
+    std::vector<Closure> closures;
     std::vector<Spring> springs;
     std::vector<Load> loads;
     std::vector<std::vector<Input>> inputPorts; ///< the signals of each port, in the order of the FMU's ports

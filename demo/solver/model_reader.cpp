@@ -26,6 +26,7 @@ private:
     void readGravity(XmlElement& element);
     void readBody(XmlElement& element);
     Joint readJoint(XmlElement element) const;
+    void readClosure(XmlElement& element);
     void readPointSpring(XmlElement& element);
     void readJointSpring(XmlElement& element);
     void readInputPort(XmlElement& element);
@@ -49,7 +50,8 @@ private:
 
     XmlDocument& document_;
     Model model_;
-    std::set<std::string> names_; ///< of parameters, bodies, springs and signals, each with its kind before it
+    std::set<std::string>
+        names_; ///< of parameters, bodies, closures, springs and signals, each with its kind before it
     std::set<std::size_t> drivenBodies_;
 };
 
@@ -91,6 +93,7 @@ void ModelReader::readElement(XmlElement& element) {
     if (kind == "parameter") return readParameter(element);
     if (kind == "gravity") return readGravity(element);
     if (kind == "body") return readBody(element);
+    if (kind == "closure") return readClosure(element);
     if (kind == "point_spring") return readPointSpring(element);
     if (kind == "joint_spring") return readJointSpring(element);
     if (kind == "input") return readInputPort(element);
@@ -100,8 +103,8 @@ void ModelReader::readElement(XmlElement& element) {
         model_.loads.back().value = element.number("value");
         return element.finishLeaf();
     }
-    element.fail(fmt::format("<{}> isn't known; <mechanism> may hold parameter, gravity, body, point_spring, "
-                             "joint_spring, effort, force, torque, input and output",
+    element.fail(fmt::format("<{}> isn't known; <mechanism> may hold parameter, gravity, body, closure, "
+                             "point_spring, joint_spring, effort, force, torque, input and output",
                              kind));
 }
 
@@ -161,10 +164,26 @@ Joint ModelReader::readJoint(XmlElement element) const {
     if (joint.type == JointType::pin || joint.type == JointType::slider) {
         joint.axis = direction(element, "axis");
         joint.coordinate = element.number("coordinate", 0);
-        joint.speed = element.number("speed", 0);
+        const double speed = element.number("speed", 0);
+        if (element.has("speed")) joint.speed = speed;
     }
     element.finishLeaf();
     return joint;
+}
+
+void ModelReader::readClosure(XmlElement& element) {
+    Closure closure;
+    closure.name = declaredName(element, "closure");
+    closure.place = element.place();
+    closure.from = body(element, "from", true);
+    closure.to = body(element, "to");
+    if (closure.from == closure.to) element.fail("to: both ends are on the same body");
+    closure.fromPoint = element.vector("from_at");
+    closure.toPoint = element.vector("to_at");
+    if (element.has("axis")) closure.axis = direction(element, "axis");
+    element.numbers("axis", {3}, false);
+    element.finishLeaf();
+    model_.closures.push_back(closure);
 }
 
 void ModelReader::readPointSpring(XmlElement& element) {

@@ -60,6 +60,8 @@ void checkPort(const std::vector<Description>& signals, int width, const double*
 std::unique_ptr<Mechanism> makeMechanism(const Model& model, const std::string& modelPath) {
     try {
         return std::make_unique<Mechanism>(model);
+    } catch (const ClosureError&) {
+        throw;
     } catch (const std::exception& error) {
         throw std::runtime_error(fmt::format(
             "No mechanism can be made of the model file {}. Does every body that nothing drives have a mass, and "

@@ -192,8 +192,8 @@ void XmlElement::finishLeaf() const {
     if (!inner.empty()) inner.front().fail(fmt::format("<{}> can't stand in <{}>", inner.front().name(), name()));
 }
 
-void XmlElement::fail(const std::string& message) const {
-    throw FileError(fmt::format("{}:{}: {}", document_->path(), xmlGetLineNo(node_), message));
-}
+std::string XmlElement::place() const { return fmt::format("{}:{}", document_->path(), xmlGetLineNo(node_)); }
+
+void XmlElement::fail(const std::string& message) const { throw FileError(fmt::format("{}: {}", place(), message)); }
 
 } // namespace solver

@@ -91,6 +91,9 @@ public:
     /// As `finish`, for an element that has no children.
     void finishLeaf() const;
 
+    /// File and line, as messages name them: "file:line".
+    std::string place() const;
+
     [[noreturn]] void fail(const std::string& message) const;
 
 private:

@@ -1,0 +1,196 @@
+#include "demo/solver/closures.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "demo/solver/force_elements.h"
+#include "demo/solver/mechanism.h"
+
+namespace solver {
+
+using SimTK::MobilizedBodyIndex;
+using SimTK::Motion;
+using SimTK::Stage;
+using SimTK::State;
+using SimTK::Vec3;
+
+namespace {
+
+/// Gaps that count as none, relative to the longest arm and to speeds at its end. Projection goes on to a thousandth.
+constexpr double tolerance = 1e-11;
+
+/// What the ends may move at the start, relative to the longest arm, and speeds change, relative to the largest one.
+constexpr double noticeable = 0.01;
+
+/// A driven joint goes on its way in steps of this length: in rad, or relative to the longest arm.
+constexpr double stride = 0.02;
+
+constexpr double mostStrides = 100000;
+
+double longestArm(const Model& model) {
+    double longest = 0;
+    const auto consider = [&](const Vector& arm) { longest = std::max(longest, vec3(arm).norm()); };
+    for (const Body& body : model.bodies) {
+        consider(body.joint.at);
+        consider(body.joint.childAt);
+    }
+    for (const Closure& closure : model.closures) {
+        consider(closure.fromPoint);
+        consider(closure.toPoint);
+    }
+    return longest > 0 ? longest : 1;
+}
+
+SimTK::ProjectOptions projection(double accuracy) {
+    SimTK::ProjectOptions options(accuracy);
+    options.setOvershootFactor(1e-3);
+    options |= SimTK::ProjectOptions::DontThrow;
+    options |= SimTK::ProjectOptions::UseInfinityNorm;
+    return options;
+}
+
+bool succeeded(const SimTK::ProjectResults& results) {
+    return results.getExitStatus() == SimTK::ProjectResults::Succeeded;
+}
+
+} // namespace
+
+Closures::Closures(const Model& model, const SimTK::MultibodySystem& system, SimTK::SimbodyMatterSubsystem& matter)
+    : system_(system), matter_(matter), closures_(model.closures), size_(longestArm(model)) {
+    for (const Closure& closure : closures_) {
+        auto& from = matter.updMobilizedBody(MobilizedBodyIndex(static_cast<int>(closure.from)));
+        auto& to = matter.updMobilizedBody(MobilizedBodyIndex(static_cast<int>(closure.to)));
+        const Vec3 start = vec3(closure.fromPoint), end = vec3(closure.toPoint);
+        if (closure.axis)
+            constraints_.push_back(
+                SimTK::Constraint::PointOnLine(from, SimTK::UnitVec3(vec3(*closure.axis)), start, to, end));
+        else
+            constraints_.push_back(SimTK::Constraint::Ball(from, start, to, end));
+    }
+    for (std::size_t i = 1; i < model.bodies.size(); ++i)
+        if (model.bodies[i].joint.speed) said_.emplace_back(static_cast<int>(i));
+}
+
+void Closures::joinAtStart(State& state) const {
+    if (closures_.empty()) return;
+    joinStartPositions(state);
+    joinStartSpeeds(state);
+}
+
+void Closures::joinStartPositions(State& state) const {
+    system_.realize(state, Stage::Position);
+    const Gap gap = widestGap(state);
+    const std::vector<Vec3> before = ends(state);
+    if (!joinPositions(state))
+        throw ClosureError(fmt::format("{}: the ends of closure '{}' are {:.3g} m apart at the start, and no position "
+                                       "near it joins all ends. Correct the coordinates of the joints.",
+                                       gap.closure->place, gap.closure->name, gap.width));
+
+    const std::vector<Vec3> after = ends(state);
+    double way = 0;
+    for (std::size_t i = 0; i < after.size(); ++i) way = std::max(way, (after[i] - before[i]).norm());
+    if (way > noticeable * size_)
+        throw ClosureError(fmt::format("{}: the ends of closure '{}' are {:.3g} m apart at the start; joining all ends "
+                                       "moves some by {:.3g} m, but a hundredth of the longest arm ({:.3g} m) is the "
+                                       "most that is corrected. Correct the coordinates of the joints.",
+                                       gap.closure->place, gap.closure->name, gap.width, way, size_));
+}
+
+void Closures::joinStartSpeeds(State& state) const {
+    const SimTK::Vector said = state.getU();
+    State others = state;
+    for (const MobilizedBodyIndex body : said_) matter_.getMobilizedBody(body).lock(others, Motion::Velocity);
+    joinSpeeds(others); // whether that was enough shows below, where rounded speeds may change, too
+    state.updU() = others.getU();
+
+    const bool joined = joinSpeeds(state);
+    double change = 0;
+    for (const MobilizedBodyIndex index : said_) {
+        const auto& body = matter_.getMobilizedBody(index);
+        change = std::max(change, std::abs(body.getOneU(state, 0) - body.getOneFromUPartition(state, 0, said)));
+    }
+    if (joined && change <= noticeable * said.normInf()) return;
+    throw ClosureError(fmt::format("{}: the speeds of the joints at the start don't fit the closures. Correct them or "
+                                   "leave some out: these follow from the others.",
+                                   closures_.front().place));
+}
+
+void Closures::drive(const std::vector<DrivenJoint>& joints, State& state) const {
+    std::vector<double> starts;
+    double strides = 1;
+    for (const DrivenJoint& joint : joints) {
+        starts.push_back(joint.body->getOneQ(state, 0));
+        const double unit = SimTK::MobilizedBody::Pin::isInstanceOf(*joint.body) ? 1 : size_;
+        if (!closures_.empty())
+            strides = std::max(strides, std::ceil(std::abs(joint.target - starts.back()) / (stride * unit)));
+    }
+    if (strides > mostStrides) throw ClosureError("The inputs jump too far for the mechanism to follow on the way.");
+
+    for (double done = 1; done <= strides; ++done) {
+        for (std::size_t i = 0; i < joints.size(); ++i) {
+            const double way = joints[i].target - starts[i];
+            joints[i].body->lockAt(state, done < strides ? starts[i] + way * done / strides : joints[i].target,
+                                   Motion::Position);
+        }
+        if (closures_.empty() || joinPositions(state)) continue;
+        const Gap gap = widestGap(state);
+        throw ClosureError(fmt::format("The mechanism can't follow the inputs at {} s: {:.3g} % of the way to them, "
+                                       "the ends of closure '{}' ({}) part.",
+                                       state.getTime(), 100 * done / strides, gap.closure->name, gap.closure->place));
+    }
+    if (!closures_.empty() && !joinSpeeds(state))
+        throw ClosureError(fmt::format("No speeds suit all closures at {} s.", state.getTime()));
+}
+
+int Closures::independentEquations(const State& state) const {
+    if (closures_.empty()) return 0;
+    SimTK::Matrix all;
+    matter_.calcG(state, all);
+    const auto& unlocked = matter_.getFreeUIndex(state);
+    if (unlocked.empty()) return 0;
+    SimTK::Matrix equations(all.nrow(), static_cast<int>(unlocked.size()));
+    for (int i = 0; i < equations.ncol(); ++i) equations(i) = all(unlocked[static_cast<unsigned>(i)]);
+    return SimTK::FactorQTZ(equations, 1e-9).getRank();
+}
+
+bool Closures::joinPositions(State& state) const {
+    system_.realize(state, Stage::Position);
+    SimTK::Vector errors;
+    SimTK::ProjectResults results;
+    system_.projectQ(state, errors, projection(tolerance * size_), results);
+    return succeeded(results);
+}
+
+bool Closures::joinSpeeds(State& state) const {
+    system_.realize(state, Stage::Velocity);
+    SimTK::Vector errors;
+    SimTK::ProjectResults results;
+    system_.projectU(state, errors, projection(tolerance * size_ * std::max(1.0, state.getU().normInf())), results);
+    return succeeded(results);
+}
+
+std::vector<Vec3> Closures::ends(const State& state) const {
+    std::vector<Vec3> places;
+    for (const Closure& closure : closures_) {
+        const auto place = [&](std::size_t body, const Vector& point) {
+            return matter_.getMobilizedBody(MobilizedBodyIndex(static_cast<int>(body)))
+                .findStationLocationInGround(state, vec3(point));
+        };
+        places.push_back(place(closure.from, closure.fromPoint));
+        places.push_back(place(closure.to, closure.toPoint));
+    }
+    return places;
+}
+
+Closures::Gap Closures::widestGap(const State& state) const {
+    Gap widest{&closures_.front(), 0};
+    for (std::size_t i = 0; i < closures_.size(); ++i) {
+        const double width = constraints_[i].getPositionErrorsAsVector(state).norm();
+        if (width > widest.width) widest = {&closures_[i], width};
+    }
+    return widest;
+}
+
+} // namespace solver
