@@ -1,55 +1,77 @@
-"""Runs the FMU of a demo model step by step and holds it against the model's exact solution."""
+"""Runs the FMU of a demo model step by step and holds it against the model's exact solution.
+
+What is a model's own stands in the module of its name; `Model` says what that offers.
+"""
 
 import argparse
 import importlib
 import math
 import sys
-from contextlib import chdir
+from collections.abc import Mapping
 from pathlib import Path
+from typing import Protocol, cast
 
 import numpy as np
 from rich.console import Console
-from rich.progress import track
-from rich.text import Text
 
 import report
-from master import FmuError, Master, Recording, communication_points
+from master import Array, FmuError, Master, Recording, communication_points
+from session import Session, show_message
 
 TOLERANCE = 1e-6
-STATUS = ("information", "warning", "discarded", "error", "fatal", "pending")
 
 console = Console(highlight=False)
 
 
+class Model(Protocol):
+    """The module of a model."""
+
+    NOTHING_MOVES: str
+    """What to say when the exact solution stands still, with which a run can't be compared."""
+
+    def input_signal(self, times: Array) -> Array:
+        """The input from each of the times to the next one."""
+
+    def exact(self, values: Mapping[str, float], times: Array, inputs: Array) -> dict[str, Array]:
+        """Every output, "x", with its derivatives, "der(x)" and "der(x,2)", at each of the times."""
+
+    def check(self, session: Session, comparison: report.Comparison) -> list[str]:
+        """Shows further checks of the run and names what fails them."""
+
+    def draw(self, session: Session, comparison: report.Comparison) -> list[str]:
+        """Makes pictures in the session's folder and gives the names of their files."""
+
+
 def main() -> int:
     options = parse_arguments()
-    model = importlib.import_module(options.model)
-    master = Master(options.fmu.resolve(), show_message)
+    model = cast(Model, importlib.import_module(options.model))
+    archive = options.fmu.resolve()
+    master = Master(archive, lambda status, text: show_message(console, status, text))
     values = parameter_values(master, dict(options.values))
     times = communication_points(options.stop or master.stop_time, options.step or master.step_size)
     inputs = model.input_signal(times)
     exact = model.exact(values, times, inputs)
     if not all(np.ptp(signal) > 0.0 for signal in exact.values()):
-        sys.exit("cosimulate: no step meets the bump, so there would be nothing to compare: a smaller --step or a later --stop")
+        reason = f"{model.NOTHING_MOVES}, so there would be nothing to compare"
+        sys.exit(f"cosimulate: {reason}: a smaller --step or a later --stop")
 
     out = options.out.resolve()
     out.mkdir(parents=True, exist_ok=True)
+    session = Session(console, archive, master, values, times, inputs, out)
     console.print(f"{options.fmu.name}: {len(times) - 1} steps to {times[-1]:g} s, {describe(values)}", soft_wrap=True)
     try:
-        # The solver writes its result file into the working directory.
-        with chdir(out):
-            record = master.run(values, times, inputs, lambda steps: track(steps, "Stepping", console=console))
+        comparison = report.Comparison(session.run(), exact, TOLERANCE)
+        distance = report.distance(comparison)
+        distance.show(console)
+        failures = distance.failures + model.check(session, comparison)
     except FmuError as failure:
         sys.exit(f"cosimulate: {failure}")
 
-    comparison = report.Comparison(record, exact, TOLERANCE)
+    show_time(comparison.record)
     report.write_csv(out / f"{options.model}.csv", master.input.name, comparison)
-    report.draw(out / f"{options.model}.png", model.TITLE, master.input, master.outputs, comparison)
-    console.print(f"Distance from the exact solution, at most {TOLERANCE:g} of the range:")
-    console.print(report.table(comparison))
-    show_time(record)
-    console.print(f"Written to {options.out}: {options.model}.csv, {options.model}.png", soft_wrap=True)
-    return show_verdict(comparison)
+    files = [f"{options.model}.csv", *model.draw(session, comparison)]
+    console.print(f"Written to {options.out}: {', '.join(files)}", soft_wrap=True)
+    return show_verdict(failures)
 
 
 def parse_arguments() -> argparse.Namespace:
@@ -104,12 +126,6 @@ def describe(values: dict[str, float]) -> str:
     return ", ".join(f"{name} = {value:g}" for name, value in values.items())
 
 
-def show_message(status: int, text: str) -> None:
-    """Shows a message of the FMU or of its solver."""
-    style = "dim" if status == 0 else "yellow" if status == 1 else "bold red"
-    console.print(Text(f"FMU, {STATUS[status]}: {text}", style), soft_wrap=True)
-
-
 def show_time(record: Recording) -> None:
     steps = len(record.times) - 1
     start, step, end = record.starting.seconds, record.stepping.seconds, record.ending.seconds
@@ -120,11 +136,10 @@ def show_time(record: Recording) -> None:
     )
 
 
-def show_verdict(comparison: report.Comparison) -> int:
+def show_verdict(failures: list[str]) -> int:
     """The exit code: 0 when every signal is as exact as it has to be."""
-    too_far = [found.name for found in comparison.deviations() if not comparison.allows(found)]
-    if too_far:
-        console.print(f"Too far from the exact solution: {', '.join(too_far)}", style="bold red")
+    if failures:
+        console.print(f"Too far from the exact solution: {', '.join(dict.fromkeys(failures))}", style="bold red")
         return 1
     console.print("Every signal agrees with the exact solution.", style="green")
     return 0

@@ -67,9 +67,12 @@ class Master:
         self._description = fmpy.read_model_description(str(archive))
         self.stop_time = float(self._description.defaultExperiment.stopTime)
         self.step_size = float(self._description.defaultExperiment.stepSize)
+        self._references = {variable.name: variable.valueReference for variable in self._description.modelVariables}
         self.parameters = self._variables("parameter")
         self.outputs = self._variables("output")
         (self.input,) = self._variables("input")
+        names = [variable.name for variable in self.outputs]
+        self.signals = [form.format(name) for form in ("{}", "der({})", "der({},2)") for name in names]
 
     def run(
         self,
@@ -82,9 +85,7 @@ class Master:
 
         track wraps the numbers of the steps and may show the progress.
         """
-        names = [variable.name for variable in self.outputs]
-        names += [f"der({name})" for name in names] + [f"der({name},2)" for name in names]
-        record = Recording(times, inputs, {name: np.zeros(len(times)) for name in names})
+        record = Recording(times, inputs, {name: np.zeros(len(times)) for name in self.signals})
         try:
             with self._instance(values, times[-1], record) as fmu:
                 self._sample(fmu, record, 0)
@@ -129,12 +130,10 @@ class Master:
             fmu.doStep(record.times[n], record.times[n + 1] - record.times[n])
 
     def _sample(self, fmu: FMU2Slave, record: Recording, n: int) -> None:
-        """Reads all signals. Orders are asked for one by one: a call answers all its variables in the first's order."""
-        references = [variable.valueReference for variable in self.outputs]
+        """Reads all signals. Derivatives are read as variables, which works whatever the widths of the ports are."""
+        references = [self._references[name] for name in self.signals]
         with record.stepping:
             values = fmu.getReal(references)
-            for order in (1, 2):
-                values += fmu.getRealOutputDerivatives(references, [order] * len(references))
         for signal, value in zip(record.signals.values(), values, strict=True):
             signal[n] = value
 

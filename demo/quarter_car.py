@@ -7,12 +7,14 @@ F_s = k_c (z_w - z_c) + d_c (z_w' - z_c'). The state is (z_c, z_c', z_w, z_w'); 
 from collections.abc import Mapping
 
 import numpy as np
-from numpy.typing import NDArray
 from scipy.linalg import expm
 
-Array = NDArray[np.float64]
+import report
+from master import Array
+from session import Session
 
 TITLE = "Quarter car over a bump"
+NOTHING_MOVES = "no step meets the bump"
 OUTPUTS = ("z_c", "z_w", "F_s")
 
 
@@ -60,3 +62,14 @@ def _states(a: Array, b: Array, times: Array, road: Array) -> Array:
     for n, length in enumerate(np.diff(times)):
         states[n + 1] = expm(system * length)[:4] @ np.append(states[n], road[n])
     return states
+
+
+def check(_session: Session, _comparison: report.Comparison) -> list[str]:
+    """The exact solution says all that there is to check."""
+    return []
+
+
+def draw(session: Session, comparison: report.Comparison) -> list[str]:
+    """All signals over time, with their errors."""
+    report.draw(session.out / "quarter_car.png", TITLE, session.master.input, session.master.outputs, comparison)
+    return ["quarter_car.png"]

@@ -3,31 +3,19 @@
 import csv
 import itertools
 from collections.abc import Mapping, Sequence
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from pathlib import Path
 
 import numpy as np
 from fmpy.model_description import ModelVariable
 from matplotlib.axes import Axes
 from matplotlib.figure import Figure
+from rich.console import Console
 from rich.table import Table
 
 from master import Array, Recording
 
 COLOURS = ("#1f5fa8", "#e08a2e", "#3a8f4d", "#8450a0")
-
-
-@dataclass(frozen=True)
-class Deviation:
-    """The largest error of a signal, and the range that the exact signal covers."""
-
-    name: str
-    largest: float
-    range: float
-
-    @property
-    def relative(self) -> float:
-        return self.largest / self.range
 
 
 @dataclass(frozen=True)
@@ -38,30 +26,49 @@ class Comparison:
     exact: Mapping[str, Array]
     tolerance: float
 
-    def deviations(self) -> list[Deviation]:
-        return [Deviation(name, float(np.max(self.error(name))), self.range(name)) for name in self.record.signals]
-
     def error(self, name: str) -> Array:
         return np.abs(self.record.signals[name] - self.exact[name])
 
     def range(self, name: str) -> float:
         return float(np.ptp(self.exact[name]))
 
-    def allows(self, deviation: Deviation) -> bool:
-        """False also for a value that is not a number."""
-        return deviation.relative <= self.tolerance
+
+@dataclass
+class Checks:
+    """A table whose lines pass or fail, and the names of those that fail."""
+
+    title: str
+    headings: Sequence[str]
+    failures: list[str] = field(default_factory=list)
+    _lines: list[tuple[str, ...]] = field(default_factory=list)
+
+    def add(self, name: str, passes: bool, *cells: str) -> None:
+        self._lines.append((name, *cells))
+        if not passes:
+            self.failures.append(name)
+
+    def show(self, console: Console) -> None:
+        """Prints title and table, what fails in red."""
+        table = Table()
+        for heading in self.headings:
+            table.add_column(heading, justify="right" if table.columns else "left")
+        for line in self._lines:
+            table.add_row(*line, style="bold red" if line[0] in self.failures else None)
+        console.print(f"{self.title}:", soft_wrap=True)
+        console.print(table)
 
 
-def table(comparison: Comparison) -> Table:
-    """A line for each signal, in red when it is too far off."""
-    result = Table()
-    result.add_column("signal")
-    for heading in ("range", "largest error", "error / range"):
-        result.add_column(heading, justify="right")
-    for found in comparison.deviations():
-        style = None if comparison.allows(found) else "bold red"
-        result.add_row(found.name, f"{found.range:.4g}", f"{found.largest:.1e}", f"{found.relative:.1e}", style=style)
-    return result
+def distance(comparison: Comparison) -> Checks:
+    """A line for each signal; a value that is not a number fails, too."""
+    checks = Checks(
+        f"Distance from the exact solution, at most {comparison.tolerance:g} of the range",
+        ("signal", "range", "largest error", "error / range"),
+    )
+    for name in comparison.record.signals:
+        largest, size = float(np.max(comparison.error(name))), comparison.range(name)
+        passes = largest / size <= comparison.tolerance
+        checks.add(name, passes, f"{size:.4g}", f"{largest:.1e}", f"{largest / size:.1e}")
+    return checks
 
 
 def write_csv(file: Path, input_name: str, comparison: Comparison) -> None:
@@ -89,10 +96,10 @@ def draw(
         if driven.unit == unit:
             _draw_input(axis, driven, comparison.record)
         _draw_outputs(axis, [variable for variable in outputs if variable.unit == unit], colours, comparison)
-        _finish(axis, unit)
+        finish(axis, unit)
         axis.legend(loc="upper right", frameon=False)
     _draw_errors(axes[-1], colours, comparison)
-    _finish(axes[-1], "error / range")
+    finish(axes[-1], "error / range")
     axes[-1].legend(loc="lower right", frameon=False, ncols=len(outputs) + 1)
 
     axes[-1].set_xlabel("time in s")
@@ -130,7 +137,8 @@ def _label(variable: ModelVariable) -> str:
     return f"{variable.name}: {variable.description}"
 
 
-def _finish(axis: Axes, label: str) -> None:
+def finish(axis: Axes, label: str) -> None:
+    """Gives an axis its label and the look that all pictures share."""
     axis.set_ylabel(label)
     axis.grid(alpha=0.25, linewidth=0.6)
     axis.spines[["top", "right"]].set_visible(False)
