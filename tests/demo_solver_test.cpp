@@ -269,9 +269,8 @@ TEST(DemoSolver, ASliderCrankObeysItsEquations) {
 
 TEST(DemoSolver, AClosedMechanismFollowsADrivenJointEvenWhenClosedTwice) {
     const Folder folder;
-    const std::string again = R"(<closure name="ball" from="rod" from_at="0.25 0 0" to="slider"/>
-<closure name="rail" to="rod" to_at="0.25 0 0" axis="1 0 0"/><joint_spring)";
-    Instance crank(sliderCrank(folder, {{"<effort", "<motion start=\"0.7\""}, {"<joint_spring", again}}));
+    const std::string rail = R"(0.25 0 0"/><closure name="rail" to="rod" to_at="0.25 0 0" axis="1 0 0"/>)";
+    Instance crank(sliderCrank(folder, {{"<effort", "<motion start=\"0.7\""}, {"0.25 0 0\" axis=\"0 0 1\"/>", rail}}));
     crank.widths = {4};
     crank.start();
     EXPECT_NE(crank.messages[0].find(" 0 degrees of freedom"), std::string::npos) << crank.messages[0];
@@ -286,6 +285,7 @@ TEST(DemoSolver, AClosedMechanismFollowsADrivenJointEvenWhenClosedTwice) {
 }
 
 TEST(DemoSolver, ClosuresThatDoNotFitSayWhere) {
+    const std::string ball = R"(<closure name="ball" from="rod" from_at="0.25 0 0" to="slider"/><joint_spring)";
     const std::string motion = R"(<motion name="place" joint="slider" start="0.4"/></input><input><effort)";
     const struct {
         std::vector<std::pair<std::string, std::string>> changes;
@@ -294,13 +294,13 @@ TEST(DemoSolver, ClosuresThatDoNotFitSayWhere) {
         {{{"0.3331", "0.39"}}, "Crank.xml:6: the ends of closure 'pin' are 0.0569 m apart at the start; joining"},
         {{{"\"slider\" to=", "\"ground\" from_at=\"0.4 0 0\" to="}}, "0.0669 m apart at the start, and no position"},
         {{{"0.3331\"", "0.3331\" speed=\"9\""}}, "Crank.xml:6: the speeds of the joints at the start don't fit"},
+        {{{"<joint_spring", ball}}, "Crank.xml:7: closure 'ball' repeats what joints and closures above it demand"},
         {{{"<effort", motion}, {"30", "0"}}, "at 0 s: 28.6 % of the way to them, the ends of closure 'pin' ("},
     };
     for (const auto& [changes, says] : cases) {
         const Folder folder;
         Instance crank(sliderCrank(folder, changes));
-        crank.inputs.resize(changes.size()); // one more where the slider is driven
-        crank.widths = {4};
+        crank.inputs.resize(changes.size()), crank.widths = {4}; // one input more where the slider is driven
         crank.start();
         EXPECT_NE(crank.messages[2].find(says), std::string::npos) << says << "\nbut got: " << crank.messages[2];
     }

@@ -51,6 +51,9 @@ SimTK::ProjectOptions projection(double accuracy) {
     return options;
 }
 
+/// Number of independent rows.
+int rank(const SimTK::Matrix& matrix) { return matrix.nelt() > 0 ? SimTK::FactorQTZ(matrix, 1e-9).getRank() : 0; }
+
 bool succeeded(const SimTK::ProjectResults& results) {
     return results.getExitStatus() == SimTK::ProjectResults::Succeeded;
 }
@@ -76,6 +79,7 @@ Closures::Closures(const Model& model, const SimTK::MultibodySystem& system, Sim
 void Closures::joinAtStart(State& state) const {
     if (closures_.empty()) return;
     joinStartPositions(state);
+    checkIndependence(state);
     joinStartSpeeds(state);
 }
 
@@ -96,6 +100,27 @@ void Closures::joinStartPositions(State& state) const {
                                        "moves some by {:.3g} m, but a hundredth of the longest arm ({:.3g} m) is the "
                                        "most that is corrected. Correct the coordinates of the joints.",
                                        gap.closure->place, gap.closure->name, gap.width, way, size_));
+}
+
+/// Equations that depend on each other wherever the mechanism goes do no harm. Where they do only while all ends meet,
+/// the integrator's trial positions, in which they meet nearly, would get accelerations that aren't the mechanism's.
+void Closures::checkIndependence(const State& state) const {
+    State beside = state;
+    for (int i = 0; i < beside.getNQ(); ++i) beside.updQ()[i] += i % 2 == 0 ? 0.01 : -0.007;
+    system_.realize(beside, Stage::Velocity);
+    SimTK::Matrix here, there;
+    matter_.calcG(state, here);
+    matter_.calcG(beside, there);
+
+    int rows = 0;
+    for (const Closure& closure : closures_) {
+        rows += closure.axis ? 2 : 3;
+        if (rank(here(0, 0, rows, here.ncol())) < rank(there(0, 0, rows, there.ncol())))
+            throw ClosureError(fmt::format("{}: closure '{}' repeats what joints and closures above it demand already, "
+                                           "or the mechanism stands where it could go on in several ways. Leave the "
+                                           "closure out, or start elsewhere.",
+                                           closure.place, closure.name));
+    }
 }
 
 void Closures::joinStartSpeeds(State& state) const {
@@ -149,17 +174,22 @@ int Closures::independentEquations(const State& state) const {
     SimTK::Matrix all;
     matter_.calcG(state, all);
     const auto& unlocked = matter_.getFreeUIndex(state);
-    if (unlocked.empty()) return 0;
     SimTK::Matrix equations(all.nrow(), static_cast<int>(unlocked.size()));
     for (int i = 0; i < equations.ncol(); ++i) equations(i) = all(unlocked[static_cast<unsigned>(i)]);
-    return SimTK::FactorQTZ(equations, 1e-9).getRank();
+    return rank(equations);
 }
 
 bool Closures::joinPositions(State& state) const {
     system_.realize(state, Stage::Position);
+    const SimTK::Vector before = state.getQ();
     SimTK::Vector errors;
     SimTK::ProjectResults results;
-    system_.projectQ(state, errors, projection(tolerance * size_), results);
+    try {
+        system_.projectQ(state, errors, projection(tolerance * size_), results);
+    } catch (const std::exception&) { // a correction that isn't finite, where nothing can move
+        state.updQ() = before;
+        system_.realize(state, Stage::Position);
+    }
     return succeeded(results);
 }
 

@@ -43,6 +43,7 @@ private:
     };
 
     void joinStartPositions(SimTK::State& state) const;
+    void checkIndependence(const SimTK::State& state) const;
     void joinStartSpeeds(SimTK::State& state) const;
     bool joinPositions(SimTK::State& state) const;
     bool joinSpeeds(SimTK::State& state) const;
