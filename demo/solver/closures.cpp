@@ -73,7 +73,7 @@ Closures::Closures(const Model& model, const SimTK::MultibodySystem& system, Sim
             constraints_.push_back(SimTK::Constraint::Ball(from, start, to, end));
     }
     for (std::size_t i = 1; i < model.bodies.size(); ++i)
-        if (model.bodies[i].joint.speed) said_.emplace_back(static_cast<int>(i));
+        if (model.bodies[i].joint.speed) withSpeed_.emplace_back(static_cast<int>(i));
 }
 
 void Closures::joinAtStart(State& state) const {
@@ -126,13 +126,13 @@ void Closures::checkIndependence(const State& state) const {
 void Closures::joinStartSpeeds(State& state) const {
     const SimTK::Vector said = state.getU();
     State others = state;
-    for (const MobilizedBodyIndex body : said_) matter_.getMobilizedBody(body).lock(others, Motion::Velocity);
+    for (const MobilizedBodyIndex body : withSpeed_) matter_.getMobilizedBody(body).lock(others, Motion::Velocity);
     joinSpeeds(others); // whether that was enough shows below, where rounded speeds may change, too
     state.updU() = others.getU();
 
     const bool joined = joinSpeeds(state);
     double change = 0;
-    for (const MobilizedBodyIndex index : said_) {
+    for (const MobilizedBodyIndex index : withSpeed_) {
         const auto& body = matter_.getMobilizedBody(index);
         change = std::max(change, std::abs(body.getOneU(state, 0) - body.getOneFromUPartition(state, 0, said)));
     }

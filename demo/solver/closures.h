@@ -54,8 +54,8 @@ private:
     const SimTK::SimbodyMatterSubsystem& matter_;
     const std::vector<Closure> closures_;
     std::vector<SimTK::Constraint> constraints_;
-    std::vector<SimTK::MobilizedBodyIndex> said_; ///< bodies whose joint has a speed in the model
-    double size_;                                 ///< the mechanism's longest arm, m
+    std::vector<SimTK::MobilizedBodyIndex> withSpeed_; ///< bodies whose joint has a speed in the model
+    double size_;                                      ///< the mechanism's longest arm, m
 };
 
 } // namespace solver
