@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "packaging/check/check.h"
 #include "packaging/doctor/doctor.h"
@@ -84,8 +85,16 @@ private:
         command->add_flag("--bundle", pack_.bundle, "Put the libraries that the FMU needs into the archive, too");
         command->callback([this] {
             if (pack_.library.empty()) pack_.library = libraryOfThisProgram();
-            fmt::print("Written: {}\n", pack(pack_).string());
+            show(pack(pack_));
         });
+    }
+
+    static void show(const PackResult& packed) {
+        for (const std::string& warning : packed.warnings) fmt::print(stderr, "{}\n", warning);
+        fmt::print("Written: {}\n", packed.archive.string());
+        if (!packed.bundled.empty())
+            fmt::print("With it: {} ({:.1f} MB unpacked)\n", fmt::join(packed.bundled, ", "),
+                       static_cast<double>(packed.bundledBytes) / 1e6);
     }
 
     void addCheck() {

@@ -1,7 +1,10 @@
 // `tessaro-fmu pack`: makes the archive of an FMU from its description.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace packaging {
 
@@ -12,8 +15,15 @@ struct PackOptions {
     bool bundle = false;               ///< the library's own dependencies go into the archive, too
 };
 
-/// Writes the archive, the same bytes for the same input, and gives its path. An existing archive is replaced once the
-/// new one is complete. Throws UserError, which names file and line of a mistake in the description.
-std::filesystem::path pack(const PackOptions& options);
+struct PackResult {
+    std::filesystem::path archive;
+    std::vector<std::string> warnings; ///< sentences, each with file and line
+    std::vector<std::string> bundled;  ///< names of the libraries that were added
+    std::uintmax_t bundledBytes = 0;   ///< their size when unpacked
+};
+
+/// Writes the archive, the same bytes for the same input. An existing archive is replaced once the new one is complete.
+/// Prints nothing. Throws UserError, which names file and line of a mistake in the description.
+PackResult pack(const PackOptions& options);
 
 } // namespace packaging

@@ -14,7 +14,7 @@ requirements=$root/demo/requirements.txt
 
 declare -A packages_of=(
     [build]="g++ cmake ninja-build pkg-config libxml2-dev libsimbody-dev libfmt-dev libgtest-dev \
-libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev nlohmann-json3-dev"
+libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev nlohmann-json3-dev patchelf"
     [python]="python3-venv"
     [checks]="clang clang-format clang-tidy valgrind procps"
 )

@@ -1,0 +1,70 @@
+#include "packaging/bundle.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <string_view>
+#include <system_error>
+
+#include "packaging/files.h"
+#include "packaging/shared_object.h"
+#include "packaging/subprocess.h"
+#include "packaging/user_error.h"
+
+namespace packaging {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What belongs to the machine that the FMU runs on: two of these in one process would be wrong.
+constexpr std::array<std::string_view, 12> systemLibraries{
+    "libc.so.6",    "libm.so.6",      "libdl.so.2",  "libpthread.so.0", "librt.so.1",    "libutil.so.1",
+    "libmvec.so.1", "libresolv.so.2", "libanl.so.1", "libstdc++.so.6",  "libgcc_s.so.1", "ld-linux-x86-64.so.2"};
+
+class TemporaryFolder {
+public:
+    TemporaryFolder() : path_((fs::temp_directory_path() / "tessaro-fmu-XXXXXX").string()) {
+        if (mkdtemp(path_.data()) == nullptr)
+            fail("No temporary folder can be made in {}.", fs::temp_directory_path().string());
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    fs::path path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+/// The file's content, changed so that the loader looks for what it needs beside it first.
+std::string lookingBesideItself(const fs::path& library, const fs::path& copy) {
+    fs::copy_file(library, copy, fs::copy_options::overwrite_existing);
+    fs::permissions(copy, fs::perms::owner_all);
+    const ProcessResult patched = runProcess({"/usr/bin/env", "patchelf", "--set-rpath", "$ORIGIN", copy.string()});
+    constexpr int notFound = 127;
+    if (patched.exitCode == notFound) fail("--bundle needs the program patchelf (Debian package patchelf).");
+    if (patched.exitCode != 0) fail("patchelf can't change {}: {}", library.string(), patched.output);
+    return contentOf(copy);
+}
+
+} // namespace
+
+std::vector<ArchiveEntry> bundleLibraries(const fs::path& library, const std::string& fileName) {
+    const TemporaryFolder folder;
+    const fs::path copy = folder.path() / "library";
+    std::vector<ArchiveEntry> entries{{fileName, lookingBesideItself(library, copy), true}};
+    for (const Dependency& dependency : findDependencies(library)) {
+        if (std::ranges::find(systemLibraries, dependency.name) != systemLibraries.end()) continue;
+        if (dependency.path.empty())
+            fail("{} needs {}, which isn't installed here.", library.string(), dependency.name);
+        entries.push_back({dependency.name, lookingBesideItself(dependency.path, copy), true});
+    }
+    return entries;
+}
+
+} // namespace packaging

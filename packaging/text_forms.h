@@ -1,0 +1,27 @@
+// The forms that names and numbers take in the files of an FMU.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace packaging {
+
+/// The shortest text that reads back as the same number, with a full stop whatever the locale.
+std::string shortest(double value);
+
+/// Whether a name follows FMI 2.0's structured naming convention, without `der(...)`: `axis[2].'spring force'`.
+bool isStructuredName(std::string_view name);
+
+/// Whether a name can be that of a model: letters, digits, `_`, `.` and `-`, beginning with none of the last two,
+/// without ".xml" inside. The FMU hands file names made of it to a shell, unquoted.
+bool isModelName(std::string_view name);
+
+bool isIdentifier(std::string_view name);
+
+/// A C identifier that resembles the name of a model.
+std::string identifierFrom(std::string_view modelName);
+
+/// Whether a text holds control characters, line ends among them, or what XML cannot hold.
+bool hasControlCharacters(std::string_view text);
+
+} // namespace packaging

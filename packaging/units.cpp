@@ -1,0 +1,188 @@
+#include "packaging/units.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <numbers>
+
+namespace packaging {
+
+namespace {
+
+using Exponents = decltype(Unit::exponents);
+
+struct Symbol {
+    const char* name;
+    Exponents exponents; // kg m s A K mol cd rad
+    double factor = 1.0;
+    double offset = 0.0;
+    bool takesPrefix = true;
+};
+
+constexpr double pi = std::numbers::pi;
+constexpr bool alone = false; // takes no prefix
+
+constexpr Symbol symbols[] = {
+    {"1", {}, 1.0, 0.0, alone},
+    {"m", {0, 1}},
+    {"g", {1}, 1e-3},
+    {"s", {0, 0, 1}},
+    {"A", {0, 0, 0, 1}},
+    {"K", {0, 0, 0, 0, 1}},
+    {"mol", {0, 0, 0, 0, 0, 1}},
+    {"cd", {0, 0, 0, 0, 0, 0, 1}},
+    {"rad", {0, 0, 0, 0, 0, 0, 0, 1}},
+    {"Hz", {0, 0, -1}},
+    {"N", {1, 1, -2}},
+    {"Pa", {1, -1, -2}},
+    {"J", {1, 2, -2}},
+    {"W", {1, 2, -3}},
+    {"C", {0, 0, 1, 1}},
+    {"V", {1, 2, -3, -1}},
+    {"F", {-1, -2, 4, 2}},
+    {"Ohm", {1, 2, -3, -2}},
+    {"S", {-1, -2, 3, 2}},
+    {"Wb", {1, 2, -2, -1}},
+    {"T", {1, 0, -2, -1}},
+    {"H", {1, 2, -2, -2}},
+    {"l", {0, 3}, 1e-3},
+    {"L", {0, 3}, 1e-3},
+    {"bar", {1, -1, -2}, 1e5},
+    {"t", {1}, 1e3},
+    {"Wh", {1, 2, -2}, 3600.0},
+    {"min", {0, 0, 1}, 60.0, 0.0, alone},
+    {"h", {0, 0, 1}, 3600.0, 0.0, alone},
+    {"d", {0, 0, 1}, 86400.0, 0.0, alone},
+    {"deg", {0, 0, 0, 0, 0, 0, 0, 1}, pi / 180.0, 0.0, alone},
+    {"rev", {0, 0, 0, 0, 0, 0, 0, 1}, 2.0 * pi, 0.0, alone},
+    {"rpm", {0, 0, -1, 0, 0, 0, 0, 1}, pi / 30.0, 0.0, alone},
+    {"degC", {0, 0, 0, 0, 1}, 1.0, 273.15, alone},
+    {"degF", {0, 0, 0, 0, 1}, 5.0 / 9.0, 459.67 * 5.0 / 9.0, alone},
+    {"%", {}, 0.01, 0.0, alone},
+};
+
+struct Prefix {
+    const char* name;
+    double factor;
+};
+
+constexpr Prefix prefixes[] = {{"p", 1e-12}, {"n", 1e-9}, {"u", 1e-6}, {"m", 1e-3}, {"c", 1e-2}, {"d", 1e-1},
+                               {"da", 1e1},  {"h", 1e2},  {"k", 1e3},  {"M", 1e6},  {"G", 1e9},  {"T", 1e12}};
+
+std::optional<Unit> findSymbol(std::string_view name) {
+    for (const Symbol& symbol : symbols)
+        if (name == symbol.name) return Unit{symbol.exponents, symbol.factor, symbol.offset};
+    for (const Prefix& prefix : prefixes)
+        for (const Symbol& symbol : symbols)
+            if (symbol.takesPrefix && name == std::string(prefix.name) + symbol.name)
+                return Unit{symbol.exponents, prefix.factor * symbol.factor};
+    return std::nullopt;
+}
+
+Unit power(Unit unit, int exponent) {
+    if (exponent == 1) return unit;
+    for (int& e : unit.exponents) e *= exponent;
+    return {unit.exponents, std::pow(unit.factor, exponent)};
+}
+
+/// In a product the offset of a temperature means nothing.
+Unit product(const Unit& left, const Unit& right) {
+    Unit unit{left.exponents, left.factor * right.factor};
+    for (std::size_t i = 0; i < unit.exponents.size(); ++i) unit.exponents[i] += right.exponents[i];
+    return unit;
+}
+
+/// The grammar: unit = product [ "/" factor ]; product = factor { "." factor };
+/// factor = "(" product ")" | symbol [ exponent ]
+class UnitParser {
+public:
+    explicit UnitParser(std::string_view text) : rest_(text) {}
+
+    std::optional<Unit> parse() {
+        std::optional<Unit> unit = readProduct();
+        if (unit && take("/")) {
+            const std::optional<Unit> divisor = readFactor();
+            if (!divisor) return std::nullopt;
+            unit = product(*unit, power(*divisor, -1));
+        }
+        return rest_.empty() ? unit : std::nullopt;
+    }
+
+private:
+    std::optional<Unit> readProduct() {
+        std::optional<Unit> unit = readFactor();
+        while (unit && (take(".") || take("*"))) {
+            const std::optional<Unit> next = readFactor();
+            if (!next) return std::nullopt;
+            unit = product(*unit, *next);
+        }
+        return unit;
+    }
+
+    std::optional<Unit> readFactor() {
+        if (take("(")) {
+            const std::optional<Unit> unit = readProduct();
+            return unit && take(")") ? unit : std::nullopt;
+        }
+        const std::size_t end = rest_.starts_with('1') ? 1 : rest_.find_first_of("0123456789+-^.*/()");
+        const std::optional<Unit> unit = findSymbol(rest_.substr(0, end));
+        if (!unit) return std::nullopt;
+        rest_.remove_prefix(std::min(end, rest_.size()));
+        return power(*unit, readExponent());
+    }
+
+    int readExponent() {
+        take("^");
+        int exponent = 1;
+        const bool plus = take("+");
+        const auto [end, failure] = std::from_chars(rest_.data(), rest_.data() + rest_.size(), exponent);
+        if (failure != std::errc() || (plus && exponent < 0) || std::abs(exponent) > 99) return 1;
+        rest_.remove_prefix(static_cast<std::size_t>(end - rest_.data()));
+        return exponent;
+    }
+
+    bool take(std::string_view text) {
+        if (!rest_.starts_with(text)) return false;
+        rest_.remove_prefix(text.size());
+        return true;
+    }
+
+    std::string_view rest_;
+};
+
+/// "s" -> "s2", "s2" -> "s3"; nothing for anything else.
+std::optional<std::string> oneSecondMore(std::string_view factor) {
+    if (factor == "s") return "s2";
+    int exponent = 0;
+    if (!factor.starts_with('s')) return std::nullopt;
+    const auto [end, failure] = std::from_chars(factor.data() + 1, factor.data() + factor.size(), exponent);
+    if (failure != std::errc() || end != factor.data() + factor.size() || exponent < 1) return std::nullopt;
+    return "s" + std::to_string(exponent + 1);
+}
+
+} // namespace
+
+std::optional<Unit> parseUnit(std::string_view name) { return UnitParser(name).parse(); }
+
+std::string derivativeUnitName(const std::string& name) {
+    const std::size_t slash = name.rfind('/');
+    if (slash == std::string::npos) return name + "/s";
+
+    const std::string numerator = name.substr(0, slash + 1);
+    std::string divisor = name.substr(slash + 1);
+    if (const auto more = oneSecondMore(divisor)) return numerator + *more;
+    if (divisor.starts_with('(') && divisor.ends_with(')')) divisor = divisor.substr(1, divisor.size() - 2);
+    const std::size_t last = divisor.rfind('.') + 1;
+    if (const auto more = oneSecondMore(std::string_view(divisor).substr(last)))
+        return numerator + "(" + divisor.substr(0, last) + *more + ")";
+    return numerator + "(" + divisor + ".s)";
+}
+
+Unit derivativeUnit(Unit unit) {
+    constexpr std::size_t second = 2;
+    unit.exponents[second] -= 1;
+    unit.offset = 0.0;
+    return unit;
+}
+
+} // namespace packaging
