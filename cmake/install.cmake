@@ -1,4 +1,5 @@
-# What `cmake --install` gives: the library, its public headers, and a package for find_package(tessaro_fmu).
+# What `cmake --install` gives: the library, its public headers, a package for find_package(tessaro_fmu), and the program
+# tessaro-fmu, which packaging/CMakeLists.txt adds.
 #
 #   tessaro_fmu::tessaro_fmu        the library, with the headers of its exported functions
 #   tessaro_fmu::access_interface   the header that a solver's interface library is written against, without the library

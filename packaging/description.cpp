@@ -69,7 +69,7 @@ private:
         if (const auto folder = section.text("documentation")) made_.documentation = place("documentation", *folder);
         const auto named = section.text("template");
         const auto isModelFile = [this](const fs::path& path) { return path.filename() == made_.name + ".xml"; };
-        if (named || std::ranges::none_of(made_.resources, isModelFile))
+        if (named || (isModelName(made_.name) && std::ranges::none_of(made_.resources, isModelFile)))
             made_.modelTemplate = place("template", named.value_or(made_.name + ".mdl"));
         checkModel(made_, section, mistakes_);
     }

@@ -48,7 +48,7 @@ struct Parameter {
 
 struct Description {
     std::filesystem::path file;
-    int line = 0; ///< of the table [model]
+    int line = 1; ///< of the table [model]
 
     std::string name;
     std::string text; ///< what the model is

@@ -31,6 +31,7 @@ void warn(Description& description, int line, fmt::format_string<Arguments...> t
 }
 
 void checkNames(const Description& model, const Section& section, Mistakes& mistakes) {
+    if (!section.table().contains("name")) return; // told already
     if (!isModelName(model.name))
         mistakes.add(section.line("name"), "name must be of letters, digits, _ . and -, begin with none of the last "
                                            "two, and not hold \".xml\": file names are made of it.");
@@ -38,7 +39,7 @@ void checkNames(const Description& model, const Section& section, Mistakes& mist
         mistakes.add(section.line("name"), "name is longer than {} characters.", longestModelName);
     if (!isIdentifier(model.identifier))
         mistakes.add(section.line("identifier"), "identifier must be a C identifier: letters, digits and _.");
-    if (model.identifier.size() > longestModelName)
+    else if (model.name.size() <= longestModelName && model.identifier.size() > longestModelName)
         mistakes.add(section.line("identifier"), "identifier is longer than {} characters.", longestModelName);
 }
 
@@ -113,10 +114,11 @@ public:
                           "axle.wheel[2].z; anything else stands in single quotes.",
                           named.name);
         const auto [first, isNew] = names_.emplace(named.name, named.line);
-        if (!isNew)
+        if (isNew)
+            checkSolverName(named);
+        else
             mistakes_.add(named.line, "{} is the name of another variable already (line {}).", named.name,
                           first->second);
-        checkSolverName(named);
         if (!named.unit.empty() && !findUnit(description_, named.unit))
             mistakes_.add(named.line, "The unit {} isn't known: define it under [units].", named.unit);
     }
@@ -168,6 +170,15 @@ void checkPorts(const std::vector<Port>& ports, const char* kind, int line, Mist
                      kind, maxPorts);
 }
 
+/// Initialization ends with all values 0.
+void checkSignal(Description& description, const Signal& signal, VariableChecks& checks) {
+    checks.check(signal);
+    if (signal.start != 0.0)
+        warn(description, signal.line,
+             "The start of {}, {}, holds until the run starts only: then an input is 0 until a master sets it.",
+             signal.name, shortest(signal.start));
+}
+
 void checkParameter(Description& description, const Parameter& parameter, VariableChecks& checks) {
     checks.check(parameter);
     checks.checkLimit(parameter, parameter.min, false);
@@ -201,10 +212,7 @@ void checkVariables(Description& description, Mistakes& mistakes) {
     VariableChecks checks(description, mistakes);
     for (const auto* ports : {&description.inputs, &description.outputs})
         for (const Port& port : *ports)
-            for (const Signal& signal : port.signals) {
-                checks.check(signal);
-                checks.checkReal(signal.start, signal.line, signal.name);
-            }
+            for (const Signal& signal : port.signals) checkSignal(description, signal, checks);
     for (const Parameter& parameter : description.parameters) checkParameter(description, parameter, checks);
 }
 

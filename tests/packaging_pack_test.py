@@ -1,0 +1,166 @@
+"""`tessaro-fmu new` and `pack` as a user meets them: packaging_pack_test.py PROGRAM LIBRARY INSTALLATION"""
+
+import ctypes
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+from contextlib import chdir
+from pathlib import Path
+from unittest import mock
+from xml.etree import ElementTree
+from zipfile import ZipFile
+
+import numpy as np
+from fmpy import read_model_description, simulate_fmu
+from fmpy.validation import validate_fmu
+
+PROGRAM, LIBRARY, INSTALLATION = (str(Path(argument).resolve()) for argument in sys.argv[1:4])
+
+# All types, several ports of different widths, names that need care.
+DESCRIPTION = """\
+input = [
+  { signals = [{ name = "u[1]", unit = "deg" }, { name = "u[2]", solver_name = "u 2", start = 2.5 }] },
+  { signals = [{ name = "v" }] } ]
+output = [
+  { signals = [{ name = "a.x", unit = "N.m" }, { name = "a.'y z'", unit = "furlong" }] },
+  { derivatives = 1, signals = [{ name = "b", unit = "W/(m2.s)", solver_name = "der_a.x" }] } ]
+parameter = [
+  { name = "k", start = 0.1, max = 1 },
+  { name = "n", type = "Integer", start = -2147483648, max = 1000000 },
+  { name = "on", type = "Boolean", start = true },
+  { name = "file", type = "String", start = "a, b" } ]
+units.furlong = { m = 1, factor = 201.168 }
+[model]
+name = "All.Types-1"
+description = "a \\"<&>\\" b"
+template = "t"
+final_time = 1e-3
+result_file_variable = true
+resources = ["more"]
+"""
+REALS = "u[1]|u 2|v|a.x|a.'y z'|der_a.x_|der_a.'y z'|der2_a.x|der2_a.'y z'|der_a.x|der_der_a.x|der2_der_a.x|k"
+VARIABLES = """\
+u[1] Real 0 deg 0|u[2] Real 1 None 2.5|v Real 2 None 0|a.x Real 3 N.m None|der(a.x) Real 5 N.m/s None\
+|der(a.x,2) Real 7 N.m/s2 None|a.'y z' Real 4 furlong None|der(a.'y z') Real 6 furlong/s None\
+|der(a.'y z',2) Real 8 furlong/s2 None|b Real 9 W/(m2.s) None|der(b) Real 10 W/(m2.s2) None\
+|result_file String 0 None ./All.Types-1_result.mrf|k Real 12 None 0.1|n Integer 0 None -2147483648\
+|on Boolean 0 None true|file String 1 None a, b"""
+
+# A part of the description, what stands there instead, how the message begins behind its place.
+MISTAKES = [
+    ('-1"', '-1.xml"', "name must be of letters, digits, _ . and -"),
+    ("All", "A" * 240, "name is longer than 240 characters."),
+    ('"a \\', '"modelName \\', "description must not hold the word modelName"),
+    ('"t"', '"none"', "template: there is no none."),
+    ("1e-3", "0", "final_time must be above 0."),
+    ("derivatives", "order", "[[output]] has no key order; there are: derivatives, signals."),
+    ('"more"', '"more", "more"', "resources: a file more stands in the FMU already."),
+    ('"u 2"', '"u,2"', "The solver's name of u[2] must be of 1 to 1000 bytes without a comma"),
+    ('"u 2"', '"u\\n2"', "solver_name holds a line feed or another control character."),
+    ('"der_a.x"', '"v"', "v is the solver's name of another variable already (line 3)."),
+    ('"on"', '"k"', "k is the name of another variable already (line 8)."),
+    ("derivatives = 1", "derivatives = 3", "derivatives must be 0, 1 or 2."),
+    ('"W/(m2.s)"', '"W/m2.s"', "The unit W/m2.s isn't known"),
+    ("a.'y z'", "a.y z", "a.y z isn't a structured name"),
+    ("max = 1 ", "max = 0 ", "The start of k is above its max."),
+    ("-2147483648", "-2147483649", "start must fit into 32 bits."),
+    ('"file"', '"file", unit = "m"', "Only a Real has a unit."),
+    ("m = 1,", "m = 0.5,", "m must be an integer."),
+    ('"Boolean"', '"Bool"', "type must be Real, Integer, Boolean or String."),
+]
+
+
+class FmuPar(ctypes.Structure):
+    _fields_ = [("headers", ctypes.c_char * 512), ("final_time", ctypes.c_double), ("counts", ctypes.c_int32 * 6),
+                ("texts", ctypes.c_char * 1024 * 3), ("ip", ctypes.c_char * 256), ("ports", ctypes.c_int32 * 8 * 4)]  # fmt: skip
+
+
+class MvPar(ctypes.Structure):
+    _fields_ = [("counts", ctypes.c_int32 * 4), ("names", ctypes.POINTER(ctypes.c_char_p) * 4)]
+
+
+class Packing(unittest.TestCase):
+    def setUp(self) -> None:
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        self.enterContext(chdir(folder))
+        self.enterContext(mock.patch.object(tempfile, "tempdir", folder))
+        self.enterContext(mock.patch.dict(os.environ, KORVAN_FMU_ROOT=INSTALLATION, NUSOL_DLL_DIR="", KELDEX_PATH=""))
+
+    def run_program(self, *arguments: str, **files: str) -> tuple[int, str]:
+        for name, text in ({"t": "template", "more": "data"} | files).items():
+            Path(name).write_text(text)
+        result = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True)
+        return result.returncode, result.stderr
+
+    def test_mistakes_are_told_with_file_and_line_and_leave_the_archive_alone(self) -> None:
+        Path("f.fmu").write_text("an earlier one")
+        for old, new, sentence in MISTAKES:
+            with self.subTest(new[:80]):
+                before, after = DESCRIPTION.split(old, 1)
+                code, told = self.run_program("pack", "m", "-o", "f.fmu", m=before + new + after)
+                expected = f"tessaro-fmu: there is a mistake:\nm:{before.count(chr(10)) + 1}: {sentence}"
+                self.assertEqual((code, told[: len(expected)]), (1, expected))
+        self.assertIn("5 mistakes:\nm:1: ", self.run_program("pack", "m", m="model = { nam = 'x' }\ninput = 2\n")[1])
+        self.assertIn("\nm:2: ", self.run_program("pack", "m", m="[model]\n[model]\n")[1])
+        told = self.run_program("pack", "m", m=DESCRIPTION.replace('a \\"', "a" * 1000))[1]
+        self.assertIn("\nm:13: description, author, version and license are too long", told)
+        self.assertEqual(Path("f.fmu").read_text(), "an earlier one")
+        self.assertEqual(sorted(os.listdir()), ["f.fmu", "m", "more", "t"])
+
+    def test_doubtful_values_are_packed_with_a_warning(self) -> None:
+        toml = DESCRIPTION.replace("variable = true", 'variable = false\nresult_file = "r.csv"')
+        code, told = self.run_program("pack", "m", m=toml.replace("-2147483648", "-99999").replace("0.1", "1.26e-6"))
+        forms = ('m:19: The result file "r.csv" goes .*', r"m:2: The start of u\[2\], 2.5, holds until .*",
+                 "m:8: The start of k, 1.26e-06, reaches .* as 1e-06.*", "m:9: The start of n, -99999, means .*", "")  # fmt: skip
+        self.assertRegex(f"{code} {told}", "^0 " + "\n".join(forms) + "$")
+
+    def test_the_same_input_gives_the_same_bytes_and_another_one_another_guid(self) -> None:
+        guids = []
+        for i, text in enumerate(("", "", "another")):
+            with mock.patch.dict(os.environ, TZ=("Asia/Tokyo", "America/Lima")[i % 2]):
+                self.run_program("pack", "m", "-o", f"{i}.fmu", m=DESCRIPTION, t=text)
+            guids.append(read_model_description(f"{i}.fmu").guid)
+        self.assertEqual(Path("0.fmu").read_bytes(), Path("1.fmu").read_bytes())
+        self.assertNotEqual(guids[1], guids[2])
+
+    def test_the_library_and_masters_read_the_same_layout(self) -> None:
+        self.run_program("pack", "m", m=DESCRIPTION)
+        archive = ZipFile("All.Types-1.fmu")
+        archive.extractall("fmu")
+        library, par, mv = ctypes.CDLL(LIBRARY), FmuPar(), MvPar()
+        self.assertEqual(library.fread_par(b"fmu/resources/fmu2ts.par", ctypes.byref(par)), 2)
+        self.assertEqual(library.fread_mv_par(b"fmu/resources/mv.par", ctypes.byref(mv)), 0)
+        self.assertEqual((par.final_time, *par.counts), (0.001, 2, 2, 13, 1, 1, 2))
+        self.assertEqual([row[:2] for row in par.ports], [[2, 1], [0, 2], [2, 1], [3, 9]])
+        self.assertEqual([text.value for text in par.texts], [b"All.Types-1.xml", b"./All.Types-1_result.mrf", b""])
+        names = [b"|".join(mv.names[i][k] for k in range(mv.counts[i - 1])).decode() for i in range(4)]
+        self.assertEqual(names, ["result_file|file", REALS, "n", "on"])
+
+        self.assertEqual(validate_fmu("All.Types-1.fmu"), [])
+        self.assertIn("binaries/linux64/All_Types_1.so", archive.namelist())
+        text = archive.read("modelDescription.xml")
+        self.assertEqual(archive.read("resources/modelDescription.xml"), text)
+        self.assertTrue(text.splitlines()[1].endswith(b' modelName="All.Types-1">'))
+        found = read_model_description("All.Types-1.fmu").modelVariables
+        self.assertEqual("|".join(f"{v.name} {v.type} {v.valueReference} {v.unit} {v.start}" for v in found), VARIABLES)
+        root = ElementTree.fromstring(text)
+        self.assertEqual(root.find(".//Unit[@name='W/(m2.s2)']")[0].attrib, {"kg": "1", "s": "-5"})
+        self.assertEqual(root.find(".//Unit[@name='furlong/s2']")[0].attrib, {"m": "1", "s": "-2", "factor": "201.168"})
+        self.assertEqual(root.find("CoSimulation").get("maxOutputDerivativeOrder"), "0")
+        self.assertEqual(root.find(".//Integer").get("max"), "1000000")
+
+    def test_a_starter_packs_validates_and_runs_and_is_never_overwritten(self) -> None:
+        self.assertEqual([self.run_program(*call) for call in (("new", "M-1.b"), ("pack", "M-1.b.toml"))], [(0, "")] * 2)
+        self.assertEqual(validate_fmu("M-1.b.fmu"), [])
+        force = np.array([(0.0, 5.0)], dtype=[("time", float), ("force", float)])
+        result = simulate_fmu("M-1.b.fmu", start_values={"damping": 50.0}, input=force, output=["position"])
+        self.assertAlmostEqual(result["position"][-1], 0.05, 6)
+        Path("M-1.b.toml").unlink()
+        self.assertRegex(self.run_program("new", "M-1.b")[1], "M-1.b.mdl is there already")
+        self.assertFalse(Path("M-1.b.toml").exists())
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:])
