@@ -60,6 +60,9 @@ void checkLines(const Description& model, const Section& section, Mistakes& mist
         if (text.size() > longest)
             mistakes.add(section.line(key), "{} is longer than {} bytes, the room for it in fmu2ts.par.", key, longest);
     };
+    for (const auto& [key, text] : {std::pair("result_file", &model.resultFile), {"library_file", &model.libraryFile}})
+        if (text->find_first_of("#?%") != std::string::npos)
+            mistakes.add(section.line(key), "{} must not hold #, ? or %: the FMU reads it as a part of a URI.", key);
     check("result_file", model.resultFile, longestLine);
     check("library_file", model.libraryFile, longestLine);
     check("address", model.address, longestAddress);

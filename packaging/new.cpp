@@ -14,7 +14,7 @@ constexpr const char* starterDescription = R"(# The FMU @NAME@: tessaro-fmu pack
 
 [model]
 name = "@NAME@"
-description = "A mass on a spring, pushed by a force"
+description = "A mass on a spring that a force pushes"
 final_time = 10.0            # s, unless the master sets another stop time
 # template = "@NAME@.mdl"    # of the solver's model file
 # resources = ["more.dat"]   # further files that the solver reads beside it
@@ -53,6 +53,11 @@ name = "damping"
 start = 1.0
 min = 0.0
 unit = "N.s/m"
+
+[[parameter]]
+name = "start_position"
+start = 0.1
+unit = "m"
 )";
 
 constexpr const char* starterTemplate = R"(<?xml version="1.0" encoding="UTF-8"?>
@@ -61,9 +66,10 @@ constexpr const char* starterTemplate = R"(<?xml version="1.0" encoding="UTF-8"?
   <parameter name="mass" value="1" unit="kg"/>
   <parameter name="stiffness" value="100" unit="N/m"/>
   <parameter name="damping" value="1" unit="N s/m"/>
+  <parameter name="start_position" value="0.1" unit="m"/>
 
   <body name="block" mass="${mass}">
-    <joint type="slider" axis="1 0 0"/>
+    <joint type="slider" axis="1 0 0" coordinate="${start_position}"/>
   </body>
   <joint_spring name="spring" to="block" stiffness="${stiffness}" damping="${damping}"/>
 
