@@ -57,7 +57,7 @@ private:
 
     void readFiles(Section& section) {
         const auto place = [&](const char* key, const std::string& name) {
-            const fs::path path = folder_ / name;
+            fs::path path = folder_ / name;
             std::error_code ignored;
             const bool isThere = key == std::string("documentation") ? fs::is_directory(path, ignored)
                                                                      : fs::is_regular_file(path, ignored);

@@ -7,9 +7,7 @@
 
 #include "fmi/fmi2.h"
 
-static void log(fmi2ComponentEnvironment, fmi2String, fmi2Status, fmi2String, fmi2String message, ...) {
-    std::fprintf(stderr, "%s\n", message);
-}
+static void log(void*, fmi2String, fmi2Status, fmi2String, fmi2String text, ...) { std::fprintf(stderr, "%s\n", text); }
 
 int main(int, char** arguments) {
     void* library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
