@@ -1,5 +1,5 @@
-// The smallest master: minimal_master LIBRARY RESOURCE_LOCATION instantiates an FMU and sets its first real. Exit code
-// 0 when that works, 1 when the library can't be loaded.
+// The smallest master: minimal_master LIBRARY RESOURCE_LOCATION instantiates an FMU and sets its first real, which it
+// has from its parameter files. Exit code 0 when that works, 1 when the library can't be loaded.
 #include <cstdio>
 #include <cstdlib>
 
@@ -19,8 +19,6 @@ int main(int, char** arguments) {
     const auto setReal = reinterpret_cast<decltype(&fmi2SetReal)>(dlsym(library, "fmi2SetReal"));
     const fmi2CallbackFunctions callbacks{log, std::calloc, std::free, nullptr, nullptr};
     void* instance = instantiate("instance", fmi2CoSimulation, "guid", arguments[2], &callbacks, fmi2False, fmi2True);
-
-    // Without its parameter files the FMU has no variable.
     const fmi2ValueReference first = 0;
     const fmi2Real value = 1.0;
     return setReal(instance, &first, 1, &value) == fmi2OK ? 0 : 2;

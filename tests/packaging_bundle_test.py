@@ -11,6 +11,7 @@ import tempfile
 from pathlib import Path
 
 PROGRAM, MASTER = (Path(argument).resolve() for argument in sys.argv[1:3])
+ENVIRONMENT = {"KORVAN_FMU_ROOT": "/", "PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
 PRESENT = r"(/\S*/(?:libc|libm|libstdc\+\+|libgcc_s|ld-linux-x86-64)\.so\.\d) \(0x"
 
 
@@ -26,14 +27,11 @@ def main(folder: Path, root: Path) -> None:
 
     def run(way: list[str], fmu: str) -> subprocess.CompletedProcess[str]:
         command = [*way, root, "/master", f"/{fmu}/binaries/linux64/Lonely.so", f"file:///{fmu}/resources"]
-        environment = {"KORVAN_FMU_ROOT": "/", "PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
-        return subprocess.run(command, env=environment, capture_output=True, text=True)
+        return subprocess.run(command, env=ENVIRONMENT, capture_output=True, text=True)
 
     # Without an FMU the master says that there is none, once it runs at all.
     ways = [way for way in (["chroot"], ["unshare", "-r", "chroot"]) if "/nowhere/" in run(way, "nowhere").stderr]
-    if not ways:
-        sys.exit(77)
-    plain, whole = run(ways[0], "plain"), run(ways[0], "whole")
+    plain, whole = (run(ways[0], fmu) for fmu in ("plain", "whole")) if ways else sys.exit(77)
     if plain.returncode != 1 or "libxml2" not in plain.stderr or whole.returncode != 0:
         sys.exit(f"The first should fail for its libraries, the second run:\n{plain}\n{whole}")
 

@@ -134,7 +134,6 @@ class Packing(unittest.TestCase):
         self.assertEqual((par[544:560], par[1568:1593]), (b"All.Types-1.xml\0", b"./All.Types-1_result.mrf\0"))
         names = [b"|".join(mv.names[i][k] for k in range(mv.counts[i - 1])).decode() for i in range(4)]
         self.assertEqual(names, ["result_file|file", REALS, "n", "on"])
-
         self.assertEqual(validate_fmu("All.Types-1.fmu"), [])
         self.assertIn("binaries/linux64/All_Types_1.so", archive.namelist())
         text = archive.read("modelDescription.xml")
