@@ -102,15 +102,18 @@ BODIES = (
 
 
 def exact(parameters: Mapping[str, float], times: Array, torques: Array) -> dict[str, Array]:
-    """Every output with its derivatives at each of the times, from the equations of motion with the first torque.
+    """Every output with its derivatives at each of the times, from the equations of motion.
+
+    The first of the torques acts on the crank, constantly, beside its drive.
 
     Integrated by the Dormand-Prince method of order 8 with tolerances of 1e-12. The loops are closed by multipliers; on
     the short way their ends drift apart by no more than the method's errors.
     """
 
     def rates(_time: float, state: Array) -> Array:
-        return np.concatenate((state[7:], _accelerations(parameters, torques[0], state[:7], state[7:])))
+        return np.concatenate((state[7:], _accelerations(parameters, torque, state[:7], state[7:])))
 
+    torque = parameters["drive"] + torques[0]
     start = np.array([*START.values(), *np.zeros(7)])
     solution = solve_ivp(rates, (0.0, times[-1]), start, "DOP853", times, rtol=1e-12, atol=1e-12)
     angles, speeds = solution.y[:7].T, solution.y[7:].T
