@@ -1,6 +1,7 @@
 #include "packaging/findings.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include <fmt/format.h>
@@ -10,7 +11,10 @@ namespace packaging {
 
 namespace {
 
-const char* nameOf(Severity severity) { return severity == Severity::error ? "error" : "warning"; }
+const char* nameOf(Severity severity) {
+    constexpr std::array names{"note", "warning", "error"};
+    return names.at(static_cast<std::size_t>(severity));
+}
 
 std::string textOf(const Place& place) {
     if (place.file.empty()) return "";
@@ -25,6 +29,15 @@ int count(const Findings& findings, Severity severity) {
     return static_cast<int>(std::ranges::count(findings.all(), severity, &Finding::severity));
 }
 
+/// The list's heading, and beside it the text, whose further lines are moved in likewise.
+void writeNote(const Finding& note, std::FILE* stream) {
+    constexpr int indent = 20;
+    fmt::print(stream, "{:<{}}", note.rule, indent);
+    for (const char character : note.what)
+        character == '\n' ? fmt::print(stream, "\n{:{}}", "", indent) : fmt::print(stream, "{}", character);
+    fmt::print(stream, "\n");
+}
+
 } // namespace
 
 void Findings::error(std::string_view rule, Place place, std::string what, std::string why, std::string mend) {
@@ -37,18 +50,29 @@ void Findings::warning(std::string_view rule, Place place, std::string what, std
         {Severity::warning, std::string(rule), std::move(place), std::move(what), std::move(why), std::move(mend)});
 }
 
+void Findings::note(std::string_view rule, std::string what) {
+    findings_.push_back({Severity::note, std::string(rule), {}, std::move(what), "", ""});
+}
+
 int Findings::errors() const { return count(*this, Severity::error); }
 
 int Findings::warnings() const { return count(*this, Severity::warning); }
 
 void writeText(const Findings& findings, std::string_view subject, std::FILE* stream) {
+    const int notes = count(findings, Severity::note);
+    for (const Finding& found : findings.all())
+        if (found.severity == Severity::note) writeNote(found, stream);
+    if (notes > 0) fmt::print(stream, "\n");
+
     for (const Finding& found : findings.all()) {
+        if (found.severity == Severity::note) continue;
         fmt::print(stream, "{}{}: {} [{}]\n    {}\n", textOf(found.place), nameOf(found.severity), found.what,
                    found.rule, found.why);
         if (!found.mend.empty()) fmt::print(stream, "    {}\n", found.mend);
+        if (notes > 0) fmt::print(stream, "\n");
     }
-    if (findings.all().empty())
-        fmt::print(stream, "{}: nothing found\n", subject);
+    if (findings.errors() + findings.warnings() == 0)
+        fmt::print(stream, "{}: {}\n", subject, notes > 0 ? "nothing wrong found" : "nothing found");
     else
         fmt::print(stream, "{}: {}, {}\n", subject, counted(findings.errors(), "error"),
                    counted(findings.warnings(), "warning"));

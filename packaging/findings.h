@@ -8,7 +8,8 @@
 
 namespace packaging {
 
-enum class Severity { warning, error };
+/// A note is what was looked at and found in order; it counts as nothing wrong.
+enum class Severity { note, warning, error };
 
 /// Where something was found. An empty file is the FMU or installation as a whole; line 0 is a file as a whole.
 struct Place {
@@ -20,8 +21,8 @@ struct Finding {
     Severity severity = Severity::error;
     std::string rule; ///< short stable name, such as "port-overlap", for tools and tests
     Place place;
-    std::string what; ///< a sentence
-    std::string why;  ///< why it matters, a sentence
+    std::string what; ///< a sentence; of a note, a line of a list that `rule` heads
+    std::string why;  ///< why it matters, a sentence; empty for a note
     std::string mend; ///< how to mend it, a sentence; may be empty
 };
 
@@ -29,6 +30,8 @@ class Findings {
 public:
     void error(std::string_view rule, Place place, std::string what, std::string why, std::string mend = "");
     void warning(std::string_view rule, Place place, std::string what, std::string why, std::string mend = "");
+
+    void note(std::string_view rule, std::string what);
 
     const std::vector<Finding>& all() const { return findings_; }
     int errors() const;
@@ -38,8 +41,8 @@ private:
     std::vector<Finding> findings_;
 };
 
-/// Writes a paragraph for each finding, in the order found, and a closing line with their numbers. `subject` is what
-/// was looked at.
+/// Writes the notes as a list, then a paragraph for each other finding, both in the order found, and a closing line
+/// with their numbers. `subject` is what was looked at.
 void writeText(const Findings& findings, std::string_view subject, std::FILE* stream);
 
 /// Writes one JSON object: subject, errors, warnings, findings (severity, rule, file, line, what, why, mend).

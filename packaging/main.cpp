@@ -113,6 +113,8 @@ private:
         command->add_option("FMU", doctor_.fmu,
                             "An archive or the folder of an unpacked one (default: the installation alone)");
         command->add_flag("--solver", doctor_.driveSolver, "Also run the solver's interface library through a session");
+        command->add_option("--time-limit", doctor_.timeLimit, "Seconds that the solver is given (default: 60)")
+            ->check(CLI::PositiveNumber);
         command->add_flag("--json", report_.asJson, "Print one JSON object, for tools");
         command->callback([this] {
             Findings findings;

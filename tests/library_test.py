@@ -11,7 +11,7 @@ ROOT, LIBRARY, NM = Path(sys.argv[1]), sys.argv[2], sys.argv[3]
 # A file of a layer includes files of its own and of lower layers only.
 LAYERS = [
     [r"util/.*"],
-    [r"fmi/(allocation|call_rules|fmi2|fmu_callback2|fmu_instance|log)\..*", r"fmi/released_handles\.cpp"],
+    [r"fmi/(allocation|call_rules|fmi2|fmu_callback2|fmu_instance|installation|log)\..*", r"fmi/released_handles\.cpp"],
     [r"resources/.*"],
     [r"plant/.*"],
     [r"fmi/.*"],

@@ -10,6 +10,7 @@ namespace packaging {
 struct DoctorOptions {
     std::filesystem::path fmu; ///< archive or unpacked folder; empty: the installation alone
     bool driveSolver = false;  ///< also run the interface library through a session, in a child process
+    double timeLimit = 60;     ///< seconds that the solver is given for it
 };
 
 /// Adds what is found. Prints nothing.

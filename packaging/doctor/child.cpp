@@ -1,0 +1,131 @@
+#include "packaging/doctor/child.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <string_view>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "packaging/user_error.h"
+
+namespace packaging {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t mostKept = 1 << 20;
+constexpr int pollMilliseconds = 20;
+
+/// A pipe whose reading end doesn't block.
+class Pipe {
+public:
+    Pipe() {
+        if (pipe2(ends_.data(), O_CLOEXEC) != 0) fail("No child process can be started: {}.", std::strerror(errno));
+        fcntl(ends_[0], F_SETFL, O_NONBLOCK);
+    }
+    ~Pipe() {
+        close(ends_[0]);
+        closeWriting();
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int reading() const { return ends_[0]; }
+    int writing() const { return ends_[1]; }
+
+    void closeWriting() {
+        if (ends_[1] >= 0) close(ends_[1]);
+        ends_[1] = -1;
+    }
+
+    /// Takes what is there now.
+    void drain(std::string& text) const {
+        std::array<char, 4096> block{};
+        ssize_t size = 0;
+        while ((size = read(ends_[0], block.data(), block.size())) > 0)
+            if (text.size() < mostKept) text.append(block.data(), static_cast<std::size_t>(size));
+    }
+
+private:
+    std::array<int, 2> ends_{};
+};
+
+[[noreturn]] void runTask(const std::function<void(int report)>& task, int report, int output) {
+    setpgid(0, 0);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const int input = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    dup2(input, STDIN_FILENO);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    std::setvbuf(stdout, nullptr, _IONBF, 0); // what was printed before a crash must not be lost
+    int code = 0;
+    try {
+        task(report);
+    } catch (const std::exception& error) { // it must not go on into the parent's code
+        std::fprintf(stderr, "%s\n", error.what());
+        code = 1;
+    }
+    std::fflush(nullptr);
+    _exit(code);
+}
+
+/// Waits for the end of the child, or until `end`, and takes what it writes meanwhile. True when it ended by itself.
+bool await(pid_t child, Clock::time_point end, const Pipe& report, const Pipe& output, ChildResult& result,
+           int& status) {
+    while (true) {
+        const bool ended = waitpid(child, &status, WNOHANG) == child; // first, so that the last words are taken below
+        report.drain(result.report);
+        output.drain(result.output);
+        if (ended) return true;
+        if (Clock::now() >= end) return false;
+
+        std::array<pollfd, 2> readable{pollfd{report.reading(), POLLIN, 0}, pollfd{output.reading(), POLLIN, 0}};
+        poll(readable.data(), readable.size(), pollMilliseconds);
+    }
+}
+
+} // namespace
+
+ChildResult runInChild(const std::function<void(int report)>& task, double timeLimit) {
+    Pipe report;
+    Pipe output;
+    std::fflush(nullptr); // or the child would print it once more
+    const pid_t child = fork();
+    if (child < 0) fail("No child process can be started: {}.", std::strerror(errno));
+    if (child == 0) runTask(task, report.writing(), output.writing());
+    setpgid(child, child); // here and in the child: whoever is first
+    report.closeWriting();
+    output.closeWriting();
+
+    ChildResult result;
+    int status = 0;
+    const auto end =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(timeLimit));
+    result.timedOut = !await(child, end, report, output, result, status);
+    kill(-child, SIGKILL);
+    if (result.timedOut) waitpid(child, &status, 0);
+
+    if (!result.timedOut && WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
+    if (!result.timedOut && WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+    return result;
+}
+
+void writeAll(int descriptor, const std::string& text) {
+    for (std::string_view rest = text; !rest.empty();) {
+        const ssize_t size = write(descriptor, rest.data(), rest.size());
+        if (size < 0 && errno != EINTR) return;
+        if (size > 0) rest.remove_prefix(static_cast<std::size_t>(size));
+    }
+}
+
+} // namespace packaging

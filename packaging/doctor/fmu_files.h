@@ -1,0 +1,30 @@
+// The FMU's own files, and the places in which a run reads and writes.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "packaging/findings.h"
+#include "resources/parameter_files.h"
+
+namespace packaging {
+
+/// What was found out about an FMU's files.
+struct FmuFiles {
+    std::filesystem::path root;
+    std::filesystem::path resources;
+    bool isArchive = false; ///< `root` is a temporary folder then
+    std::string modelName;  ///< base name of template and model file; empty when there is none
+    bool hasTemplate = false;
+    bool hasModelFile = false;
+    bool hasParameters = false; ///< `parameters` is what fmu2ts.par says
+    FmuParRecord parameters{};
+};
+
+/// Examines model description, parameter file, template and model file.
+FmuFiles examineFiles(const std::filesystem::path& root, bool isArchive, Findings& findings);
+
+/// Examines what is written during a run, and the result file's place as the parameter file names it.
+void examineWriting(const FmuFiles& files, Findings& findings);
+
+} // namespace packaging

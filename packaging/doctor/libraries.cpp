@@ -1,0 +1,240 @@
+#include "packaging/doctor/libraries.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <unistd.h>
+
+#include "packaging/doctor/child.h"
+#include "packaging/shared_object.h"
+#include "packaging/user_error.h"
+
+namespace packaging {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double loadingTimeLimit = 20;
+constexpr std::array entryPoints{"blkStart", "blkRequestPlantOutput", "blkDepositPlantInput", "blkTerminate"};
+constexpr std::array translatorFolders{"io/translators/bin/linux64", "pldesktop/io/translators/bin/linux64"};
+
+bool isFile(const fs::path& path) {
+    std::error_code ignored;
+    return fs::is_regular_file(path, ignored);
+}
+
+std::string firstLine(const fs::path& file) {
+    std::ifstream stream(file);
+    std::string line;
+    std::getline(stream, line);
+    return line;
+}
+
+/// Why the loader doesn't load a library, in its own words; empty when it does.
+std::string refusalOf(const fs::path& file, int flags) {
+    const ChildResult child = runInChild(
+        [&](int report) {
+            const bool loaded = dlopen(file.c_str(), flags) != nullptr;
+            writeAll(report, loaded ? "loaded" : dlerror());
+        },
+        loadingTimeLimit);
+    if (child.timedOut) return fmt::format("loading isn't over after {} s", loadingTimeLimit);
+    if (child.signal != 0) return fmt::format("loading ends the process: {}", strsignal(child.signal));
+    if (child.report.empty()) return fmt::format("loading ends the process with code {}", child.exitCode);
+    return child.report == "loaded" ? "" : child.report;
+}
+
+std::vector<std::string> missingDependencies(const fs::path& file) {
+    std::vector<std::string> names;
+    for (const Dependency& dependency : findDependencies(file))
+        if (dependency.path.empty()) names.push_back(dependency.name);
+    return names;
+}
+
+/// Where in the installation a library lies that the loader doesn't find, as advice.
+std::string adviceFor(const std::vector<std::string>& missing, const SolverInstallation& installation) {
+    for (const fs::path& folder : {installation.commonFolder, installation.solverFolder})
+        for (const std::string& name : missing)
+            if (!folder.empty() && isFile(folder / name))
+                return fmt::format("{} is in {}: put this folder into LD_LIBRARY_PATH before the master starts. The "
+                                   "loader doesn't look into NUSOL_DLL_DIR and KELDEX_PATH.",
+                                   name, folder.string());
+    return "Install what is missing, or name its folder in LD_LIBRARY_PATH before the master starts.";
+}
+
+/// What loading a library needs besides the file. False with a finding when it doesn't load.
+bool examineLoading(const fs::path& file, const std::string& name, int flags, const SolverInstallation& installation,
+                    Findings& findings) {
+    const std::string refusal = refusalOf(file, flags);
+    if (refusal.empty()) return true;
+
+    const std::vector<std::string> missing = missingDependencies(file);
+    if (missing.empty())
+        findings.error("library-load", {name}, fmt::format("The library doesn't load: {}.", refusal),
+                       "The FMU can't be used without it.",
+                       "The loader's text names the reason; a library for a newer system has to be built again.");
+    else
+        findings.error("library-dependency", {name},
+                       fmt::format("The library needs {}, not found here.", fmt::join(missing, ", ")),
+                       fmt::format("It doesn't load: {}.", refusal), adviceFor(missing, installation));
+    return false;
+}
+
+/// Functions that nobody defines show at their first call only, as the FMU loads the library.
+void examineUndefined(const fs::path& file, Findings& findings) {
+    const std::string refusal = refusalOf(file, RTLD_NOW | RTLD_DEEPBIND);
+    if (!refusal.empty())
+        findings.warning("library-undefined", {file.string()},
+                         fmt::format("The library loads, but not all of its functions are there: {}.", refusal),
+                         "The master's process ends when the first of them is called.",
+                         "Link the interface library with -Wl,--no-undefined.");
+}
+
+bool examineEntryPoints(const fs::path& file, const SharedObject& library, Findings& findings) {
+    bool complete = true;
+    for (const std::string name : entryPoints) {
+        if (library.functions.contains(name)) continue;
+        complete = false;
+        const std::string mangled = fmt::format("_Z{}{}", name.size(), name);
+        const bool isMangled = std::ranges::any_of(
+            library.functions, [&](const std::string& function) { return function.starts_with(mangled); });
+        findings.error("entry-point-missing", {file.string()},
+                       isMangled ? fmt::format("The library has {} under a C++ name only.", name)
+                                 : fmt::format("The library has no function {}.", name),
+                       fmt::format("The FMU refuses it: \"Failed to load fcn {}.\"", name),
+                       "Declare the function extern \"C\" and give it default visibility.");
+    }
+    return complete;
+}
+
+void reportMissingLibrary(const fs::path& file, const SolverInstallation& installation, Findings& findings) {
+    const fs::path own = installation.root / "plsolvers/tessaro/bin/linux64/tscicos.so";
+    findings.error("library-missing", {file.string()}, "The interface library isn't there.",
+                   "Initialization fails with \"Failed to load tscicos.dll\", whatever the system.",
+                   isFile(own) ? "The installation has one: unset NUSOL_DLL_DIR."
+                               : "Complete the installation, or name the folder of tscicos.so in NUSOL_DLL_DIR.");
+}
+
+/// What is wrong with a translator's file.
+struct Fault {
+    const char* rule;
+    std::string what;
+};
+
+std::optional<Fault> faultOf(const fs::path& translator) {
+    if (access(translator.c_str(), X_OK) != 0)
+        return Fault{"translator-permission", "The translator isn't executable."};
+
+    const std::string line = firstLine(translator);
+    if (line.starts_with("#!")) {
+        const std::size_t start = line.find_first_not_of(" \t", 2);
+        const std::string interpreter =
+            start == std::string::npos ? "" : line.substr(start, line.find_first_of(" \t\r", start) - start);
+        if (isFile(interpreter)) return std::nullopt;
+        return Fault{"translator-dependency", fmt::format("The translator is a script for {}, not found here.",
+                                                          interpreter.empty() ? "no program" : interpreter)};
+    }
+    if (!line.starts_with("\177ELF")) return std::nullopt; // the shell takes it for a script
+    try {
+        const std::vector<std::string> missing = missingDependencies(translator);
+        if (missing.empty()) return std::nullopt;
+        return Fault{"translator-dependency",
+                     fmt::format("The translator needs {}, not found here.", fmt::join(missing, ", "))};
+    } catch (const UserError& error) {
+        return Fault{"translator-kind", fmt::format("The translator is no program for this system. {}", error.what())};
+    }
+}
+
+void reportMissingTranslator(const SolverInstallation& installation, bool needed, Findings& findings) {
+    if (!needed) return findings.note("translator", "none; this FMU's model file is there, so none is needed");
+    findings.error("translator-missing", {},
+                   fmt::format("There is no translator: neither {0}/{1}/fmu_batch nor {0}/{2}/fmu_batch.",
+                               installation.root.string(), translatorFolders[0], translatorFolders[1]),
+                   "Without it no model file can be made: initialization fails.", "Complete the installation.");
+}
+
+} // namespace
+
+bool examineInterfaceLibrary(const SolverInstallation& installation, Findings& findings) {
+    const fs::path file = installation.solverFolder / "tscicos.so";
+    if (!isFile(file)) {
+        reportMissingLibrary(file, installation, findings);
+        return false;
+    }
+    try {
+        const SharedObject library = readSharedObject(file);
+        const bool complete = examineEntryPoints(file, library, findings);
+        if (!examineLoading(file, file.string(), RTLD_LAZY | RTLD_DEEPBIND, installation, findings)) return false;
+        examineUndefined(file, findings);
+        if (complete)
+            findings.note("interface library", fmt::format("{}\n{}; loads, has its four functions", file.string(),
+                                                           installation.solverOrigin));
+        return complete;
+    } catch (const UserError& error) {
+        findings.error("library-kind", {file.string()}, error.what(), "The FMU can't load it.",
+                       "Install the solver's library for 64-bit Linux.");
+        return false;
+    }
+}
+
+bool examineTranslators(const SolverInstallation& installation, bool needed, Findings& findings) {
+    fs::path used;
+    std::vector<std::pair<fs::path, Fault>> faults;
+    for (const char* folder : translatorFolders) {
+        const fs::path translator = installation.root / folder / "fmu_batch";
+        if (!isFile(translator)) continue;
+        if (std::optional<Fault> fault = faultOf(translator))
+            faults.emplace_back(translator, std::move(*fault));
+        else if (used.empty())
+            used = translator;
+    }
+
+    for (auto& [translator, fault] : faults) {
+        const std::string why = used.empty() ? "Without it no model file can be made: initialization fails."
+                                             : "The FMU tries this one, too.";
+        const std::string mend = "Repair the installation.";
+        if (used.empty() && needed)
+            findings.error(fault.rule, {translator.string()}, std::move(fault.what), why, mend);
+        else
+            findings.warning(fault.rule, {translator.string()}, std::move(fault.what), why, mend);
+    }
+    if (!used.empty())
+        findings.note("translator", used.string());
+    else if (faults.empty())
+        reportMissingTranslator(installation, needed, findings);
+    return !used.empty();
+}
+
+void examineFmuLibrary(const fs::path& fmuRoot, Findings& findings) {
+    const fs::path folder = fmuRoot / "binaries/linux64";
+    std::error_code none;
+    bool found = false;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, none)) {
+        // What a bundled archive has beside the library is found through it.
+        if (entry.path().extension() != ".so" || entry.path().filename().string().starts_with("lib")) continue;
+        found = true;
+        const std::string name = entry.path().lexically_relative(fmuRoot).string();
+        try {
+            if (examineLoading(entry.path(), name, RTLD_NOW | RTLD_LOCAL, {}, findings))
+                findings.note("FMU's library", name + ": loads");
+        } catch (const UserError& error) {
+            findings.error("library-kind", {name}, error.what(), "No master on this machine can load the FMU.");
+        }
+    }
+    if (!found)
+        findings.error("fmu-library-missing", {"binaries/linux64"}, "The FMU has no library for 64-bit Linux.",
+                       "No master on this machine can load it.", "Pack the FMU with libtessaro_fmu.so.");
+}
+
+} // namespace packaging

@@ -1,0 +1,75 @@
+// The instance record that the solver gets as its handle, laid out as the FMU's library does it, with everything around
+// the ports under watch. Lives in the child process that drives the solver.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fmi/fmu_instance.h"
+#include "packaging/doctor/session_report.h"
+#include "resources/parameter_files.h"
+
+namespace packaging {
+
+/// Whether the ports lie within the real variables and the numbers are possible, so that an instance can be made.
+bool hasUsableLayout(const FmuParRecord& parameters);
+
+class WatchedInstance {
+public:
+    /// `parameters` must have a usable layout. `resources` is an absolute path, `resultFile` a path or a location.
+    WatchedInstance(const FmuParRecord& parameters, const std::filesystem::path& resources,
+                    const std::string& resultFile);
+    WatchedInstance(const WatchedInstance&) = delete;
+    WatchedInstance& operator=(const WatchedInstance&) = delete;
+
+    FmuInstance& record() { return record_; }
+
+    /// Prepares for an entry point. Each value gets some of its last bits turned (by at most 1e-12 of it, or from 0 to
+    /// next to nothing), which makes no difference to a solver but shows whether the value is written again.
+    void mark();
+
+    /// Tells what the entry point wrote although it mustn't, and takes the marks back.
+    void tellWrites(std::string_view entryPoint, SessionReport& report);
+
+    /// Tells which outputs it left alone. To be called before the marks are taken back.
+    void tellOmissions(std::string_view entryPoint, bool isStart, SessionReport& report) const;
+
+private:
+    /// A real variable's use: an input, an output, its first or second derivative, or none of these.
+    enum class Use : std::uint8_t { none, input, output, first, second };
+    struct Slot {
+        Use use = Use::none;
+        int port = 0;
+        int signal = 0;
+    };
+
+    void placePorts(const FmuParRecord& parameters);
+    void turnMark(std::size_t real);
+    void place(int firstReal, int width, Use use, int port);
+    std::string unwritten(Use use, int port) const;
+    bool isChanged(std::size_t position) const;
+    bool isChanged(std::size_t begin, std::size_t end) const;
+    void tellWrite(std::size_t real, std::string_view entryPoint, SessionReport& report) const;
+
+    static constexpr std::size_t guardSize = 512; ///< reals on each side
+
+    FmuInstance record_{};
+    FmuInstance recordBefore_{};
+    fmi2CallbackFunctions functions_{};
+    std::vector<double> memory_; ///< a guard, the real values, a guard
+    std::vector<double> before_;
+    std::vector<Slot> slots_; ///< one for each real value
+    std::vector<fmi2Integer> integers_;
+    std::vector<fmi2Boolean> booleans_;
+    std::vector<char*> strings_;
+    std::string name_ = "doctor", modelFile_, subdll_, address_;
+    std::array<char, pathBufferSize> resultFile_{};
+    std::array<std::uint32_t, maxPorts> inputWidths_{}, outputWidths_{};
+    std::array<double*, maxPorts> inputs_{}, outputs_{}, first_{}, second_{};
+};
+
+} // namespace packaging
