@@ -115,7 +115,9 @@ SharedObject readSharedObject(const fs::path& file) {
 }
 
 std::vector<Dependency> findDependencies(const fs::path& file) {
-    const ProcessResult loader = runProcess({"/lib64/ld-linux-x86-64.so.2", "--list", fs::absolute(file).string()});
+    // Unlike its option --list, the variable makes the loader go on where something is missing.
+    const ProcessResult loader = runProcess(
+        {"/usr/bin/env", "LD_TRACE_LOADED_OBJECTS=1", "/lib64/ld-linux-x86-64.so.2", fs::absolute(file).string()});
     if (loader.exitCode != 0 && loader.output.find(" => ") == std::string::npos)
         fail("The loader doesn't take {}: {}", file.string(), loader.output);
 

@@ -66,15 +66,17 @@ bool examineRoot(const char* root, const Installation& installation, Findings& f
                        "Put the installation into a shorter path.");
         return false;
     }
+    if (!isFolder(root)) {
+        findings.error("root-missing", {}, fmt::format("KORVAN_FMU_ROOT names no folder: \"{}\".", root),
+                       "Interface library and translator are looked for in it.",
+                       "Correct the path; nobody expands a ~ or a variable in it.");
+        return false;
+    }
     if (!fs::path(root).is_absolute())
         findings.error("root-relative", {}, fmt::format("KORVAN_FMU_ROOT is no absolute path: \"{}\".", root),
                        "The library is looked for from the master's working directory, the translator from the FMU's "
                        "resources: there is no directory in which both are found.",
                        std::string(absoluteWanted));
-    else if (!isFolder(root))
-        findings.error("root-missing", {}, fmt::format("KORVAN_FMU_ROOT names no folder: \"{}\".", root),
-                       "Interface library and translator are looked for in it.",
-                       "Correct the path; nobody expands a ~ or a variable in it.");
     if (std::string_view(root).find_first_of(unquotable) != std::string_view::npos)
         findings.error("root-characters", {},
                        fmt::format("KORVAN_FMU_ROOT has one of the characters {} in it: \"{}\".", "\" $ ` \\", root),
@@ -116,7 +118,7 @@ fs::path examineDirectory(const Directory& directory, const std::vector<std::str
 void examineCommonFolder(const SolverInstallation& found, const Directory& directory, Findings& findings) {
     if (isFolder(found.commonFolder))
         findings.note("common libraries", fmt::format("{}\n{}", found.commonFolder.string(), directory.origin()));
-    else if (isFolder(found.root))
+    else
         findings.warning("common-folder-missing", {},
                          fmt::format("The solver's common libraries should be in {}, which is no folder.",
                                      found.commonFolder.string()),

@@ -6,10 +6,12 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
 #include <dlfcn.h>
+#include <elf.h>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -55,10 +57,14 @@ std::string refusalOf(const fs::path& file, int flags) {
     return child.report == "loaded" ? "" : child.report;
 }
 
+/// Empty also for a file that the loader doesn't take at all: a program without a loader, or one with other faults.
 std::vector<std::string> missingDependencies(const fs::path& file) {
     std::vector<std::string> names;
-    for (const Dependency& dependency : findDependencies(file))
-        if (dependency.path.empty()) names.push_back(dependency.name);
+    try {
+        for (const Dependency& dependency : findDependencies(file))
+            if (dependency.path.empty()) names.push_back(dependency.name);
+    } catch (const UserError&) {
+    }
     return names;
 }
 
@@ -132,28 +138,32 @@ struct Fault {
     std::string what;
 };
 
+std::optional<Fault> faultOfScript(const std::string& line) {
+    const std::size_t start = std::min(line.find_first_not_of(" \t", 2), line.size());
+    const std::string interpreter = line.substr(start, line.find_first_of(" \t\r", start) - start);
+    if (isFile(interpreter)) return std::nullopt;
+    return Fault{"translator-dependency",
+                 fmt::format("The translator is a script for \"{}\", which isn't here.", interpreter)};
+}
+
 std::optional<Fault> faultOf(const fs::path& translator) {
+    constexpr std::string_view program64 = "\177ELF\2"; // as it begins, and the processor further on
+    constexpr std::size_t processorAt = 18;
     if (access(translator.c_str(), X_OK) != 0)
         return Fault{"translator-permission", "The translator isn't executable."};
 
-    const std::string line = firstLine(translator);
-    if (line.starts_with("#!")) {
-        const std::size_t start = line.find_first_not_of(" \t", 2);
-        const std::string interpreter =
-            start == std::string::npos ? "" : line.substr(start, line.find_first_of(" \t\r", start) - start);
-        if (isFile(interpreter)) return std::nullopt;
-        return Fault{"translator-dependency", fmt::format("The translator is a script for {}, not found here.",
-                                                          interpreter.empty() ? "no program" : interpreter)};
-    }
-    if (!line.starts_with("\177ELF")) return std::nullopt; // the shell takes it for a script
-    try {
-        const std::vector<std::string> missing = missingDependencies(translator);
-        if (missing.empty()) return std::nullopt;
-        return Fault{"translator-dependency",
-                     fmt::format("The translator needs {}, not found here.", fmt::join(missing, ", "))};
-    } catch (const UserError& error) {
-        return Fault{"translator-kind", fmt::format("The translator is no program for this system. {}", error.what())};
-    }
+    std::array<char, processorAt + 1> head{};
+    std::ifstream(translator).read(head.data(), head.size());
+    const std::string_view start(head.data(), head.size());
+    if (start.starts_with("#!")) return faultOfScript(firstLine(translator));
+    if (!start.starts_with(program64.substr(0, 4))) return std::nullopt; // the shell takes it for a script
+    if (!start.starts_with(program64) || head[processorAt] != EM_X86_64)
+        return Fault{"translator-kind", "The translator is no program for 64-bit x86."};
+
+    const std::vector<std::string> missing = missingDependencies(translator);
+    if (missing.empty()) return std::nullopt;
+    return Fault{"translator-dependency",
+                 fmt::format("The translator needs {}, not found here.", fmt::join(missing, ", "))};
 }
 
 void reportMissingTranslator(const SolverInstallation& installation, bool needed, Findings& findings) {

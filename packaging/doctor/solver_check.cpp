@@ -110,22 +110,25 @@ std::string resultFileOf(const FmuFiles& files, const WorkingCopy& copy) {
     return encodedLocation(copy.resources()) + "/" + (name.empty() ? "fmu.mrf" : name);
 }
 
-SessionReport* reportOfGeneration = nullptr;
+/// Takes the library's error messages.
+struct MessageTaker {
+    static void take(fmi2ComponentEnvironment environment, fmi2String /*name*/, fmi2Status status,
+                     fmi2String /*category*/, fmi2String format, ...) {
+        char text[2048];
+        va_list arguments;
+        va_start(arguments, format);
+        std::vsnprintf(text, sizeof text, format, arguments);
+        va_end(arguments);
+        if (status == fmi2Error) static_cast<MessageTaker*>(environment)->last = text;
+    }
 
-void passMessage(fmi2ComponentEnvironment /*environment*/, fmi2String /*name*/, fmi2Status status,
-                 fmi2String /*category*/, fmi2String format, ...) {
-    char text[2048];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    if (status == fmi2Error) reportOfGeneration->tell("model-not-made", text);
-}
+    std::string last;
+};
 
 /// Makes the model file as the library does when no value was set. To be run in a child process.
 void makeModelFile(const fs::path& resources, SessionReport& report) {
-    reportOfGeneration = &report;
-    const fmi2CallbackFunctions functions{passMessage, std::calloc, std::free, nullptr, nullptr};
+    MessageTaker messages;
+    const fmi2CallbackFunctions functions{MessageTaker::take, std::calloc, std::free, nullptr, &messages};
     char name[] = "doctor";
     FmuInstance instance{};
     instance.functions = &functions;
@@ -133,7 +136,9 @@ void makeModelFile(const fs::path& resources, SessionReport& report) {
     instance.loggingOn = fmi2True;
     report.begin("the translator");
     if (fmu_generate_xml(encodedLocation(resources).c_str(), &instance) != 0)
-        report.tell("model-not-made", "The library made no model file.");
+        report.tell("model-not-made", fmt::format("The translator leaves no model file. The master's log will say {}.",
+                                                  messages.last.empty() ? "nothing" : '"' + messages.last + '"'));
+    report.begin("");
     report.end();
 }
 

@@ -131,13 +131,13 @@ void WatchedInstance::mark() {
 
 void WatchedInstance::tellOmissions(std::string_view entryPoint, bool isStart, SessionReport& report) const {
     for (int i = 0; i < static_cast<int>(record_.nOutputPorts); ++i) {
-        if (const std::string signals = unwritten(Use::output, i); !signals.empty())
+        if (const std::string signals = unwritten(Use::output, i); !signals.empty()) {
             report.tell(isStart ? "no-initial-outputs" : "output-not-written",
                         fmt::format("{} doesn't write output port {}, {}.", entryPoint, i, signals));
-        if (isStart) continue;
-        if (const std::string signals = unwritten(Use::first, i) + unwritten(Use::second, i); !signals.empty())
+        } else if (!isStart && !(unwritten(Use::first, i) + unwritten(Use::second, i)).empty()) {
             report.tell("derivative-not-written",
                         fmt::format("{} doesn't write all derivatives of output port {}.", entryPoint, i));
+        }
     }
 }
 
