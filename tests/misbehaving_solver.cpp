@@ -1,4 +1,4 @@
-// An interface library that does one thing wrong, named by the environment variable MISBEHAVIOUR; without it, nothing.
+// An interface library that does one thing wrong, named by the environment variable MISBEHAVIOUR.
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -32,17 +32,15 @@ struct Run {
     }
 } run;
 
-void writeOutputs(void* handle, Access* access, bool derivatives) {
-    for (int i = 0; i < access->GetNumOutputPorts(handle); ++i)
-        for (int k = 0; k < access->GetOutputPortWidth(handle, i); ++k) {
-            access->GetOutputPortRealSignalPtrs(handle, i)[k] = does("not a number") ? std::nan("") : 0;
-            if (!derivatives) continue;
-            access->GetOutputPortRealSignalDotPtrs(handle, i)[k] = 0;
-            access->GetOutputPortRealSignalDotDotPtrs(handle, i)[k] = 0;
-        }
+/// Outputs and derivatives are 0 but where the misbehaviour is to leave port 1 alone.
+void writeOutputs(void* handle, Access* access, bool all, bool derivatives) {
+    for (int i = 0; i < access->GetNumOutputPorts(handle); ++i) {
+        if (all || i != 1) *access->GetOutputPortRealSignalPtrs(handle, i) = 0;
+        if (!derivatives && i == 1) continue;
+        *access->GetOutputPortRealSignalDotPtrs(handle, i) = *access->GetOutputPortRealSignalDotDotPtrs(handle, i) = 0;
+    }
 }
 
-/// What is done wrong in requests.
 void misbehave(void* handle, Access* access) {
     if (does("crash")) std::raise(SIGSEGV);
     if (does("hang")) pause();
@@ -52,6 +50,7 @@ void misbehave(void* handle, Access* access) {
     if (does("report an error")) access->MessageHandler(handle, "the spring broke", 2);
     if (does("warn")) access->MessageHandler(handle, "the spring creaks", 1);
     if (does("level 7")) access->MessageHandler(handle, "the spring is gone", 7);
+    if (does("not a number")) *access->GetOutputPortRealSignalPtrs(handle, 1) = std::nan("");
     if (does("ask for port 3")) access->GetOutputPortRealSignalPtrs(handle, 3);
     if (does("null handle")) access->GetNumInputPorts(nullptr);
     if (does("foreign handle")) access->GetNumInputPorts(&run);
@@ -69,7 +68,7 @@ void misbehave(void* handle, Access* access) {
 void blkStart(void* handle, Access* access) {
     run.handle = handle;
     run.access = access;
-    if (!does("start without outputs")) writeOutputs(handle, access, true);
+    writeOutputs(handle, access, !does("start without outputs"), true);
 }
 
 void blkDepositPlantInput(void* /*handle*/, int /*flag*/, Access* /*access*/, double time) {
@@ -79,8 +78,8 @@ void blkDepositPlantInput(void* /*handle*/, int /*flag*/, Access* /*access*/, do
 }
 
 void blkRequestPlantOutput(void* handle, Access* access, double /*time*/) {
+    writeOutputs(handle, access, !does("request without outputs"), !does("request without derivatives"));
     misbehave(handle, access);
-    if (!does("request without outputs")) writeOutputs(handle, access, !does("request without derivatives"));
 }
 
 void blkTerminate(void* /*handle*/, Access* /*access*/, double /*time*/) {
