@@ -112,9 +112,11 @@ private:
         CLI::App* command = app_.add_subcommand("doctor", "Say why an FMU doesn't start on this machine");
         command->add_option("FMU", doctor_.fmu,
                             "An archive or the folder of an unpacked one (default: the installation alone)");
-        command->add_flag("--solver", doctor_.driveSolver, "Also run the solver's interface library through a session");
+        CLI::Option* solver = command->add_flag("--solver", doctor_.driveSolver,
+                                                "Also run the solver's interface library through a session");
         command->add_option("--time-limit", doctor_.timeLimit, "Seconds that the solver is given (default: 60)")
-            ->check(CLI::PositiveNumber);
+            ->check(CLI::PositiveNumber)
+            ->needs(solver);
         command->add_flag("--json", report_.asJson, "Print one JSON object, for tools");
         command->callback([this] {
             Findings findings;

@@ -70,6 +70,8 @@ void readSymbols(Elf* elf, const GElf_Shdr& header, Elf_Data* data, SharedObject
         const bool isFunction = GELF_ST_TYPE(symbol.st_info) == STT_FUNC;
         if (isExported && isFunction && symbol.st_shndx != SHN_UNDEF)
             object.functions.insert(textAt(elf, header.sh_link, symbol.st_name));
+        if (isExported && symbol.st_shndx == SHN_UNDEF)
+            object.imports.insert(textAt(elf, header.sh_link, symbol.st_name));
     }
 }
 

@@ -13,6 +13,7 @@ struct SharedObject {
     std::vector<std::string> needed; ///< the libraries that it names, in order
     std::string searchPath;          ///< RUNPATH, or RPATH, as it stands; or empty
     std::set<std::string> functions; ///< exported and defined
+    std::set<std::string> imports;   ///< functions and variables that others have to define
     std::string glibc;               ///< newest glibc version that a symbol asks for, such as "2.34"; or empty
 };
 

@@ -86,6 +86,9 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"rm car/modelDescription.xml car/resources/modelDescription.xml", "error description-missing"},
         {"sed -i s/modelName/name/ car/modelDescription.xml", "error model-name"},
         {"sed -i '/modelName=/s/>/ author=\"\">/' car/modelDescription.xml", "error model-name"},
+        {"sed -i 's/modelName=\"Q/&(/' car/modelDescription.xml; cd car/resources; mv Qu*.mdl 'Q(uarterCar.mdl'; cd "
+         "../..",
+         "error model-name"},
         {"rm car/resources/QuarterCar.mdl", "error template-missing"},
         {"touch car/resources/QuarterCar.xml", "warning model-file-left"},
         // Without a template a model file is meant to be there, and no translator is needed.
@@ -121,7 +124,7 @@ TEST(Doctor, NamesWhatASolverDoesWrong) {
     const std::string request = "blkRequestPlantOutput", throws = " throws an exception, std::runtime_error: ";
     const std::pair<const char*, std::string> misbehaviours[] = {
         {"nothing", ""},
-        {"crash", "error solver-crash: The solver's process ends in " + request + " for 0.01 s: Segmentation fault."},
+        {"crash", "error solver-crash: The solver ends the process in " + request + " for 0.01 s: Segmentation fault."},
         {"hang", "error solver-hang: The solver isn't back after 1 s, in " + request + " for 0.01 s."},
         {"exit", "error solver-exit: The solver ends the process in " + request + " for 0.01 s, with code 3."},
         {"throw", "error solver-exception: " + request + throws + "the spring broke"},

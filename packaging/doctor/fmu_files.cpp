@@ -65,6 +65,15 @@ void examineName(FmuFiles& files, Findings& findings) {
     files.modelName.clear();
 }
 
+/// The library puts the names of template and value file into a shell's command line as they are.
+void examineCommandLine(const FmuFiles& files, Findings& findings) {
+    if (files.modelName.find_first_of(" \t'\\$`&|;<>()*?[]{}#~!") != std::string::npos)
+        findings.error("model-name", {"modelDescription.xml"},
+                       fmt::format("The model's name \"{}\" has characters that a shell changes.", files.modelName),
+                       "The translator gets other file names and makes no model file: initialization fails.",
+                       "Let modelName consist of letters, digits and . _ - only.");
+}
+
 void examineModel(FmuFiles& files, Findings& findings) {
     if (files.modelName.empty()) return;
     const std::string model = files.modelName + ".xml";
@@ -80,9 +89,10 @@ void examineModel(FmuFiles& files, Findings& findings) {
                          "Remove it; the next run makes it anew from the template.");
     else if (files.hasModelFile)
         findings.note("model", fmt::format("resources/{}, used as it stands: start values have no effect", model));
-    else if (files.hasTemplate)
+    else if (files.hasTemplate) {
+        examineCommandLine(files, findings);
         findings.note("model", fmt::format("made from resources/{} at each start", source));
-    else
+    } else
         findings.error("template-missing", {"resources/" + source},
                        fmt::format("There is neither this template nor the model file {}.", model),
                        "Initialization fails without a message.",

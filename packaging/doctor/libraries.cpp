@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <dlfcn.h>
@@ -29,6 +30,8 @@ namespace fs = std::filesystem;
 
 constexpr double loadingTimeLimit = 20;
 constexpr std::array entryPoints{"blkStart", "blkRequestPlantOutput", "blkDepositPlantInput", "blkTerminate"};
+constexpr std::array standardStreams{std::pair("_ZSt4cout", "std::cout"), std::pair("_ZSt4cerr", "std::cerr"),
+                                     std::pair("_ZSt4clog", "std::clog"), std::pair("_ZSt3cin", "std::cin")};
 constexpr std::array translatorFolders{"io/translators/bin/linux64", "pldesktop/io/translators/bin/linux64"};
 
 bool isFile(const fs::path& path) {
@@ -124,6 +127,16 @@ bool examineEntryPoints(const fs::path& file, const SharedObject& library, Findi
     return complete;
 }
 
+void examineStreams(const fs::path& file, const SharedObject& library, Findings& findings) {
+    for (const auto& [symbol, name] : standardStreams)
+        if (library.imports.contains(symbol))
+            findings.warning(
+                "library-streams", {file.string()}, fmt::format("The library uses {}.", name),
+                "In a master written in C++ it sees another object of this name, which nobody initialized, "
+                "and ends the process; in other masters it works.",
+                "Report messages to MessageHandler; printf is safe, too.");
+}
+
 void reportMissingLibrary(const fs::path& file, const SolverInstallation& installation, Findings& findings) {
     const fs::path own = installation.root / "plsolvers/tessaro/bin/linux64/tscicos.so";
     findings.error("library-missing", {file.string()}, "The interface library isn't there.",
@@ -187,6 +200,7 @@ bool examineInterfaceLibrary(const SolverInstallation& installation, Findings& f
         const bool complete = examineEntryPoints(file, library, findings);
         if (!examineLoading(file, file.string(), RTLD_LAZY | RTLD_DEEPBIND, installation, findings)) return false;
         examineUndefined(file, findings);
+        examineStreams(file, library, findings);
         if (complete)
             findings.note("interface library", fmt::format("{}\n{}; loads, has its four functions", file.string(),
                                                            installation.solverOrigin));

@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstring>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <fmt/format.h>
@@ -134,7 +136,7 @@ void makeModelFile(const fs::path& resources, SessionReport& report) {
     instance.functions = &functions;
     instance.instanceName = name;
     instance.loggingOn = fmi2True;
-    report.begin("the translator");
+    report.begin("the translation");
     if (fmu_generate_xml(encodedLocation(resources).c_str(), &instance) != 0)
         report.tell("model-not-made", fmt::format("The translator leaves no model file. The master's log will say {}.",
                                                   messages.last.empty() ? "nothing" : '"' + messages.last + '"'));
@@ -148,38 +150,44 @@ std::string shownOutput(std::string text) {
     return text.size() <= mostOutputShown ? text : "..." + text.substr(text.size() - mostOutputShown);
 }
 
-/// What the end of the child itself says.
-void addEnd(const ChildResult& child, const SessionOutcome& outcome, const SolverCheck& check, Findings& findings) {
+/// A part of the check, which runs in a child process of its own.
+struct Part {
+    std::string place;   ///< the file that its findings name
+    const char* speaker; ///< heads what it prints
+    std::function<void(SessionReport&)> run;
+};
+
+/// How a child ended, when not as it should.
+struct BadEnd {
+    const char* rule;
+    std::string how;
+};
+
+std::optional<BadEnd> badEndOf(const ChildResult& child, const SessionOutcome& outcome, double timeLimit) {
     const std::string place = outcome.unfinished.empty() ? "between the calls" : "in " + outcome.unfinished;
-    const std::string library = check.library.string();
-    if (child.timedOut)
-        addSessionFact("solver-hang", fmt::format("The solver isn't back after {} s, {}.", check.timeLimit, place),
-                       library, findings);
-    else if (child.signal != 0)
-        addSessionFact("solver-crash", fmt::format("The solver's process ends {}: {}.", place, strsignal(child.signal)),
-                       library, findings);
-    else if (!outcome.ended)
-        addSessionFact("solver-exit",
-                       fmt::format("The solver ends the process {}, with code {}.", place, child.exitCode), library,
-                       findings);
+    if (child.timedOut) return BadEnd{"solver-hang", fmt::format("isn't back after {} s, {}", timeLimit, place)};
+    if (child.signal != 0)
+        return BadEnd{"solver-crash", fmt::format("ends the process {}: {}", place, strsignal(child.signal))};
+    if (!outcome.ended)
+        return BadEnd{"solver-exit", fmt::format("ends the process {}, with code {}", place, child.exitCode)};
+    return std::nullopt;
 }
 
-/// Runs a part of the check in a child process and adds what it tells. True when nothing went wrong.
-template <typename Part>
-bool runPart(const SolverCheck& check, const WorkingCopy& copy, const char* speaker, Findings& findings,
-             const Part& part) {
+/// Runs a part and adds what it tells. True when nothing went wrong.
+bool runPart(const Part& part, const fs::path& directory, double timeLimit, Findings& findings) {
     const int errorsBefore = findings.errors();
     const ChildResult child = runInChild(
         [&](int descriptor) {
-            if (chdir(copy.root().c_str()) != 0) return;
+            fs::current_path(directory);
             SessionReport report(descriptor);
-            part(report);
+            part.run(report);
         },
-        check.timeLimit);
+        timeLimit);
     const SessionOutcome outcome = readReport(child.report);
-    for (const auto& [rule, what] : outcome.facts) addSessionFact(rule, what, check.library.string(), findings);
-    addEnd(child, outcome, check, findings);
-    if (!child.output.empty()) findings.note(speaker, shownOutput(child.output));
+    for (const auto& [rule, what] : outcome.facts) addSessionFact(rule, what, part.place, findings);
+    if (const auto end = badEndOf(child, outcome, timeLimit))
+        addSessionFact(end->rule, fmt::format("The solver {}.", end->how), part.place, findings);
+    if (!child.output.empty()) findings.note(part.speaker, shownOutput(child.output));
     return findings.errors() == errorsBefore;
 }
 
@@ -194,15 +202,15 @@ void driveSolver(const SolverCheck& check, Findings& findings) {
         return;
     }
     const WorkingCopy copy(check.files);
-    const bool made = runPart(check, copy, "translator prints", findings,
-                              [&](SessionReport& report) { makeModelFile(copy.resources(), report); });
-    if (!made) return;
+    const Part translation{"resources/" + check.files.modelName + ".mdl", "translator prints",
+                           [&](SessionReport& report) { makeModelFile(copy.resources(), report); }};
+    if (!runPart(translation, copy.root(), check.timeLimit, findings)) return;
 
     const SessionPlan plan{check.library, copy.resources(), resultFileOf(check.files, copy), check.files.parameters,
                            stepSizeOf(check.files)};
-    const bool driven =
-        runPart(check, copy, "solver prints", findings, [&](SessionReport& report) { runSession(plan, report); });
-    if (driven)
+    const Part session{check.library.string(), "solver prints",
+                       [&](SessionReport& report) { runSession(plan, report); }};
+    if (runPart(session, copy.root(), check.timeLimit, findings))
         findings.note("solver",
                       fmt::format("driven through {} steps, the first of {} s", nSessionSteps, plan.stepSize));
 }
