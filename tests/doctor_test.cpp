@@ -75,6 +75,9 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"sed -i s/libSimTKsimbody/libSimTKnobody_/ $TSCICOS", "error library-dependency"},
         {"ln -sf $MISBEHAVING $TSCICOS; sed -i 's/\\x00raise\\x00/\\x00raisf\\x00/' $TSCICOS",
          "warning library-undefined"},
+        {"ln -sf $MISBEHAVING $TSCICOS; z='\\x00\\x00\\x00\\x00'; "
+         "sed -i s/_ITM_registerTMCloneTable/_ZSt4cout$z$z$z$z/ $TSCICOS",
+         "warning library-streams"},
         {"ln -sf $MISBEHAVING $TSCICOS; export MISBEHAVIOUR='crash when loaded'", "error library-load"},
         {"mkdir root/pldesktop; mv root/io root/pldesktop", ""},
         {"rm root/$BATCH", "error translator-missing"},
