@@ -1,12 +1,10 @@
 // An interface library that does one thing wrong, named by the environment variable MISBEHAVIOUR.
-#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <thread>
-
 #include <unistd.h>
 
 #include "plant/access_interface.h"
@@ -21,15 +19,11 @@ bool does(const std::string& misbehaviour) {
 }
 
 struct Run {
+    Run() { does("crash when loaded") ? std::raise(SIGSEGV) : 0; }
+    ~Run() { does("ask when unloaded") ? access->GetFinalTimei(handle) : 0; }
+
     void* handle = nullptr;
     Access* access = nullptr;
-
-    Run() {
-        if (does("crash when loaded")) std::raise(SIGSEGV);
-    }
-    ~Run() {
-        if (does("ask when unloaded")) access->GetFinalTimei(handle);
-    }
 } run;
 
 /// Outputs and derivatives are 0 but where the misbehaviour is to leave port 1 alone.
@@ -46,7 +40,6 @@ void misbehave(void* handle, Access* access) {
     if (does("hang")) pause();
     if (does("exit")) _exit(3);
     if (does("throw")) throw std::runtime_error("the spring broke");
-    if (does("throw 7")) throw 7;
     if (does("report an error")) access->MessageHandler(handle, "the spring broke", 2);
     if (does("warn")) access->MessageHandler(handle, "the spring creaks", 1);
     if (does("level 7")) access->MessageHandler(handle, "the spring is gone", 7);
@@ -56,11 +49,10 @@ void misbehave(void* handle, Access* access) {
     if (does("foreign handle")) access->GetNumInputPorts(&run);
     if (does("write an input")) *access->GetInputPortRealSignalPtrs(handle, 0) = 0;
     if (does("write behind a port")) access->GetOutputPortRealSignalDotDotPtrs(handle, 2)[1] = 0;
-    if (does("write before the values")) access->GetInputPortRealSignalPtrs(handle, 0)[-1] = 0;
     if (does("write behind the values")) access->GetInputPortRealSignalPtrs(handle, 0)[15] = 0;
     if (does("write the record")) static_cast<double*>(handle)[25] = 1;
     if (does("ask in a thread")) std::thread([=] { access->GetFinalTimei(handle); }).join();
-    if (does("leave a thread")) std::thread([] { std::this_thread::sleep_for(std::chrono::minutes(1)); }).detach();
+    if (does("leave a thread")) std::thread([] { pause(); }).detach();
 }
 
 } // namespace
@@ -72,13 +64,12 @@ void blkStart(void* handle, Access* access) {
 }
 
 void blkDepositPlantInput(void* /*handle*/, int /*flag*/, Access* /*access*/, double time) {
-    static double last = 0;
-    if (does("insist on the future") && time < last) throw std::runtime_error("back in time");
-    last = time;
+    static int deposits = 0;
+    if (deposits++ > 0 && time <= 0 && does("insist on the future")) throw std::runtime_error("back in time");
 }
 
 void blkRequestPlantOutput(void* handle, Access* access, double /*time*/) {
-    writeOutputs(handle, access, !does("request without outputs"), !does("request without derivatives"));
+    writeOutputs(handle, access, !does("request without outputs"), !does("no derivatives"));
     misbehave(handle, access);
 }
 

@@ -28,8 +28,7 @@ void RecordingAccess::check(const char* operation, void* handle) {
 bool RecordingAccess::isPort(const char* operation, void* handle, int port, std::uint32_t count) {
     check(operation, handle);
     if (port >= 0 && static_cast<std::uint32_t>(port) < count) return true;
-    report_.tell("port-out-of-range", fmt::format("{} is asked for port {}; the FMU has {} of this kind, from 0 on.",
-                                                  operation, port, count));
+    report_.tell("port-out-of-range", fmt::format("{} is asked for port {} of {} (from 0).", operation, port, count));
     return false;
 }
 
