@@ -1,4 +1,4 @@
-// An interface library that does one thing wrong, named by the environment variable MISBEHAVIOUR.
+// An interface library that does wrong what is named by the environment variable MISBEHAVIOUR.
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
@@ -15,7 +15,7 @@ using Access = TScicosAccessAPI2;
 
 bool does(const std::string& misbehaviour) {
     const char* chosen = std::getenv("MISBEHAVIOUR");
-    return chosen != nullptr && chosen == misbehaviour;
+    return chosen != nullptr && std::string(chosen).find(misbehaviour) != std::string::npos;
 }
 
 struct Run {
@@ -39,9 +39,8 @@ void misbehave(void* handle, Access* access) {
     if (does("crash")) std::raise(SIGSEGV);
     if (does("hang")) pause();
     if (does("exit")) _exit(3);
-    if (does("throw")) throw std::runtime_error("the spring broke");
+    if (does("break")) throw std::runtime_error("the spring broke");
     if (does("report an error")) access->MessageHandler(handle, "the spring broke", 2);
-    if (does("warn")) access->MessageHandler(handle, "the spring creaks", 1);
     if (does("level 7")) access->MessageHandler(handle, "the spring is gone", 7);
     if (does("not a number")) *access->GetOutputPortRealSignalPtrs(handle, 1) = std::nan("");
     if (does("ask for port 3")) access->GetOutputPortRealSignalPtrs(handle, 3);

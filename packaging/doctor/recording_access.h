@@ -68,7 +68,7 @@ private:
     char* path(const char* location);
     void endRun(int level);
 
-    void* reserved_ = nullptr;
+    [[maybe_unused]] void* reserved_ = nullptr;
     EntryPoints entryPoints_;
 
     WatchedInstance& instance_;
