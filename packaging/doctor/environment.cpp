@@ -99,7 +99,7 @@ struct Directory {
 };
 
 fs::path examineDirectory(const Directory& directory, const std::vector<std::string>& warnings, Findings& findings) {
-    const fs::path used = (directory.isUsers() ? directory.user : directory.derived).data();
+    fs::path used = (directory.isUsers() ? directory.user : directory.derived).data();
     for (const std::string& warning : warnings)
         if (warning.find(directory.variable) != std::string::npos)
             findings.warning(

@@ -114,7 +114,8 @@ void WatchedInstance::placePorts(const FmuParRecord& parameters) {
 }
 
 void WatchedInstance::place(int firstReal, int width, Use use, int port) {
-    for (int k = 0; k < width; ++k) slots_[static_cast<std::size_t>(firstReal + k)] = {use, port, k};
+    for (int k = 0; k < width; ++k)
+        slots_[static_cast<std::size_t>(firstReal) + static_cast<std::size_t>(k)] = {use, port, k};
 }
 
 /// Sets the mark, or takes it back.
@@ -126,7 +127,7 @@ void WatchedInstance::turnMark(std::size_t real) {
 void WatchedInstance::mark() {
     for (std::size_t k = 0; k < slots_.size(); ++k) turnMark(k);
     before_ = memory_;
-    recordBefore_ = record_;
+    std::memcpy(recordBefore_.data(), &record_, sizeof record_);
 }
 
 void WatchedInstance::tellOmissions(std::string_view entryPoint, bool isStart, SessionReport& report) const {
@@ -176,9 +177,11 @@ void WatchedInstance::tellWrites(std::string_view entryPoint, SessionReport& rep
     std::fill_n(memory_.begin(), guardSize, guard);
     std::fill_n(memory_.end() - guardSize, guardSize, guard);
 
-    if (std::memcmp(&record_, &recordBefore_, sizeof record_) != 0)
+    RecordBytes record;
+    std::memcpy(record.data(), &record_, sizeof record_);
+    if (record != recordBefore_)
         report.tell("record-written", fmt::format("{} changes the record behind its handle.", entryPoint));
-    record_ = recordBefore_;
+    std::memcpy(&record_, recordBefore_.data(), sizeof record_);
 }
 
 void WatchedInstance::tellWrite(std::size_t real, std::string_view entryPoint, SessionReport& report) const {

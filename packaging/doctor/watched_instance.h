@@ -55,10 +55,12 @@ private:
     bool isChanged(std::size_t begin, std::size_t end) const;
     void tellWrite(std::size_t real, std::string_view entryPoint, SessionReport& report) const;
 
+    using RecordBytes = std::array<char, sizeof(FmuInstance)>;
+
     static constexpr std::size_t guardSize = 512; ///< reals on each side
 
     FmuInstance record_{};
-    FmuInstance recordBefore_{};
+    RecordBytes recordBefore_{};
     fmi2CallbackFunctions functions_{};
     std::vector<double> memory_; ///< a guard, the real values, a guard
     std::vector<double> before_;
