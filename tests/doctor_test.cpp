@@ -12,7 +12,7 @@ namespace {
 /// Makes a healthy installation, "root", and the quarter car: packed as car.fmu, unpacked in the folder "car".
 const char* const makeWorld = R"(set -e
 cp -rs $INSTALLATION root
-$PYTHON $DEMO/pack.py $DEMO/models/quarter_car $LIBRARY car.fmu
+$PROGRAM pack $DEMO/models/quarter_car/quarter_car.toml --output car.fmu > /dev/null
 $PYTHON -m zipfile -e car.fmu car
 )";
 const char* const enterWorld = R"(set -e
