@@ -1,0 +1,111 @@
+#include <algorithm>
+#include <system_error>
+
+#include <cstring>
+
+#include <gnu/libc-version.h>
+
+#include "packaging/check/file_access.h"
+#include "packaging/check/rules.h"
+#include "packaging/shared_object.h"
+#include "packaging/user_error.h"
+
+namespace packaging::checking {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What FMI 2.0 knows at the root of an FMU.
+constexpr std::string_view standardEntries[] = {
+    "modelDescription.xml", "model.png", "documentation", "sources", "binaries", "resources"};
+
+constexpr std::string_view functions[] = {"fmi2GetTypesPlatform",
+                                          "fmi2GetVersion",
+                                          "fmi2SetDebugLogging",
+                                          "fmi2Instantiate",
+                                          "fmi2FreeInstance",
+                                          "fmi2SetupExperiment",
+                                          "fmi2EnterInitializationMode",
+                                          "fmi2ExitInitializationMode",
+                                          "fmi2Terminate",
+                                          "fmi2Reset",
+                                          "fmi2GetReal",
+                                          "fmi2GetInteger",
+                                          "fmi2GetBoolean",
+                                          "fmi2GetString",
+                                          "fmi2SetReal",
+                                          "fmi2SetInteger",
+                                          "fmi2SetBoolean",
+                                          "fmi2SetString",
+                                          "fmi2GetFMUstate",
+                                          "fmi2SetFMUstate",
+                                          "fmi2FreeFMUstate",
+                                          "fmi2SerializedFMUstateSize",
+                                          "fmi2SerializeFMUstate",
+                                          "fmi2DeSerializeFMUstate",
+                                          "fmi2GetDirectionalDerivative",
+                                          "fmi2SetRealInputDerivatives",
+                                          "fmi2GetRealOutputDerivatives",
+                                          "fmi2DoStep",
+                                          "fmi2CancelStep",
+                                          "fmi2GetStatus",
+                                          "fmi2GetRealStatus",
+                                          "fmi2GetIntegerStatus",
+                                          "fmi2GetBooleanStatus",
+                                          "fmi2GetStringStatus"};
+
+void checkDependencies(const fs::path& file, const Place& place, Report& report) {
+    for (const Dependency& dependency : findDependencies(file))
+        if (dependency.path.empty())
+            report.add("library-dependency", place, "The loader finds no {} here.", inQuotes(dependency.name));
+}
+
+void checkSharedObject(const fs::path& file, const Place& place, Report& report) {
+    const SharedObject object = readSharedObject(file);
+    for (const std::string_view function : functions)
+        if (!object.functions.contains(std::string(function)))
+            report.add("library-function", place, "The library doesn't export {}.", function);
+
+    const char* here = gnu_get_libc_version();
+    if (strverscmp(object.glibc.c_str(), here) > 0)
+        report.add("library-glibc", place, "The library needs glibc {}; this machine has {}.", inQuotes(object.glibc),
+                   here);
+    else
+        checkDependencies(file, place, report);
+}
+
+} // namespace
+
+void checkTree(const fs::path& root, Report& report) {
+    std::error_code failure;
+    for (const auto& entry : fs::directory_iterator(root, failure)) {
+        const std::string name = entry.path().filename();
+        if (std::ranges::count(standardEntries, name) == 0)
+            report.add("file-stray", {name, 0}, "{} stands at the root of the FMU.", inQuotes(name));
+    }
+    fs::recursive_directory_iterator entry(root, failure);
+    for (const fs::recursive_directory_iterator end; !failure && entry != end; entry.increment(failure)) {
+        std::error_code ignored;
+        const fs::file_type type = entry->symlink_status(ignored).type();
+        if (type != fs::file_type::regular && type != fs::file_type::directory)
+            report.add("file-special", {entry->path().lexically_relative(root).string(), 0},
+                       "{} is neither a regular file nor a folder.", inQuotes(entry->path().filename().string()));
+    }
+}
+
+void checkLibrary(const fs::path& root, std::string_view identifier, const Place& place, Report& report) {
+    const std::string name = fmt::format("binaries/linux64/{}.so", identifier);
+    if (!isFolder(root / "binaries/linux64"))
+        return report.add("library-missing", {"binaries/linux64", 0}, "There is no folder binaries/linux64.");
+    if (identifier.find('/') != std::string_view::npos || !isRegularFile(root / name))
+        return report.add("library-missing", place, "The model identifier is {}, but there is no library {}.",
+                          inQuotes(identifier), inQuotes(name));
+    try {
+        checkSharedObject(root / name, {name, 0}, report);
+    } catch (const UserError& error) {
+        report.add("library-unusable", {name, 0}, "{}", error.what());
+    }
+}
+
+} // namespace packaging::checking

@@ -1,0 +1,209 @@
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "packaging/check/rules.h"
+
+namespace packaging::checking {
+
+namespace {
+
+struct Capability {
+    std::string_view name;
+    bool isTrue; ///< what the library does
+};
+
+constexpr Capability promises[] = {
+    {"canInterpolateInputs", false},
+    {"canRunAsynchronuously", false},
+    {"canGetAndSetFMUstate", false},
+    {"canSerializeFMUstate", false},
+    {"providesDirectionalDerivative", false},
+    {"canNotUseMemoryManagementFunctions", false},
+    {"canBeInstantiatedOnlyOncePerProcess", true},
+};
+
+constexpr std::string_view categories[] = {"logAll", "logError", "logFmiCall", "logEvent", "error", "warning", "log"};
+
+int lineOf(const XmlElement& element, std::string_view attribute) {
+    const XmlAttribute* found = element.find(attribute);
+    return found != nullptr ? found->line : element.line;
+}
+
+bool isLetter(char character) {
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || character == '_';
+}
+
+bool isIdentifier(std::string_view text) {
+    const auto belongs = [](char character) { return isLetter(character) || (character >= '0' && character <= '9'); };
+    return !text.empty() && isLetter(text[0]) && std::ranges::all_of(text, belongs);
+}
+
+void checkCoSimulation(const XmlElement& element, Report& report) {
+    for (const Capability& promise : promises) {
+        const bool written = booleanOf(textAttribute(element, promise.name, "false")).value_or(promise.isTrue);
+        if (written != promise.isTrue)
+            report.add("capability-promise", {descriptionFile, lineOf(element, promise.name)}, "{} is {}.",
+                       promise.name, written);
+    }
+    constexpr std::string_view variableSteps = "canHandleVariableCommunicationStepSize";
+    if (!booleanOf(textAttribute(element, variableSteps, "false")).value_or(true))
+        report.add("capability-hidden", {descriptionFile, lineOf(element, variableSteps)},
+                   "The library takes steps of any size, but {} is false.", variableSteps);
+
+    const XmlAttribute* identifier = element.find("modelIdentifier");
+    if (identifier != nullptr && !isIdentifier(identifier->value))
+        report.add("identifier", {descriptionFile, identifier->line}, "The model identifier is {}.",
+                   inQuotes(identifier->value));
+}
+
+void checkInterfaces(const ModelDescription& description, Report& report) {
+    if (const XmlElement* modelExchange = description.root->child("ModelExchange"))
+        report.add("model-exchange", {descriptionFile, modelExchange->line}, "The FMU offers model exchange.");
+    if (description.coSimulation == nullptr)
+        report.add("cosimulation-missing", {descriptionFile, description.root->line},
+                   "There is no element CoSimulation.");
+    else
+        checkCoSimulation(*description.coSimulation, report);
+    const XmlAttribute* guid = description.root->find("guid");
+    if (guid != nullptr && trimmed(guid->value).empty())
+        report.add("guid-empty", {descriptionFile, guid->line}, "The GUID is empty.");
+}
+
+void checkCategories(const ModelDescription& description, Report& report) {
+    std::set<std::string_view> listed;
+    for (const XmlElement& category : description.childrenOf("LogCategories")) {
+        const XmlAttribute* name = category.find("name");
+        if (name == nullptr) continue;
+        const Place place{descriptionFile, name->line};
+        if (!listed.insert(name->value).second)
+            report.add("log-category-duplicate", place, "The category {} stands twice.", inQuotes(name->value));
+        else if (std::ranges::count(categories, name->value) == 0)
+            report.add("log-category-unknown", place, "The library knows no category {}.", inQuotes(name->value));
+    }
+
+    const XmlElement* list = description.root->child("LogCategories");
+    const Place place{descriptionFile, (list != nullptr ? list : description.root)->line};
+    for (const std::string_view name : categories)
+        if (!listed.contains(name)) report.add("log-category-missing", place, "The category {} isn't listed.", name);
+}
+
+void checkExperiment(const ModelDescription& description, Report& report) {
+    const XmlElement* experiment = description.root->child("DefaultExperiment");
+    if (experiment == nullptr) return;
+    const double start = realAttribute(*experiment, "startTime").value_or(0.0);
+    const auto stop = realAttribute(*experiment, "stopTime");
+    const auto step = realAttribute(*experiment, "stepSize");
+    const auto at = [experiment](std::string_view name) { return Place{descriptionFile, lineOf(*experiment, name)}; };
+
+    // Negated, so that NaN is found, too.
+    if (!(start == 0.0)) report.add("experiment-start", at("startTime"), "The experiment starts at {}.", start);
+    if (stop && !(*stop > start))
+        report.add("experiment-stop", at("stopTime"), "The experiment starts at {} and stops at {}.", start, *stop);
+    else if (step && (!(*step > 0.0) || (stop && !(*step <= *stop - start))))
+        report.add("experiment-step", at("stepSize"), "The step size is {}.", *step);
+}
+
+/// Names that must be unique. Reports the second of two.
+class Names {
+public:
+    Names(RuleName rule, std::string_view what, Report& report) : rule_(rule), what_(what), report_(report) {}
+
+    void add(const XmlElement& element) {
+        const XmlAttribute* name = element.find("name");
+        if (name == nullptr || names_.insert(name->value).second) return;
+        report_.add(rule_, {descriptionFile, name->line}, "The name {} of a {} stands twice.", inQuotes(name->value),
+                    what_);
+    }
+    bool contains(std::string_view name) const { return names_.contains(name); }
+
+private:
+    RuleName rule_;
+    std::string_view what_;
+    Report& report_;
+    std::set<std::string_view> names_;
+};
+
+/// Units with their display units, and types.
+class Definitions {
+public:
+    Definitions(const ModelDescription& description, Report& report) : report_(report) {
+        Names unitNames("unit-duplicate", "unit", report);
+        for (const XmlElement& unit : description.childrenOf("UnitDefinitions")) {
+            unitNames.add(unit);
+            std::set<std::string_view>& displayUnits = units_[textAttribute(unit, "name")];
+            for (const XmlElement& child : unit.children)
+                if (child.name == "DisplayUnit") displayUnits.insert(textAttribute(child, "name"));
+        }
+        Names typeNames("type-duplicate", "type", report);
+        for (const XmlElement& type : description.childrenOf("TypeDefinitions")) {
+            typeNames.add(type);
+            types_.emplace(textAttribute(type, "name"), &type);
+            for (const XmlElement& form : type.children) checkUnits(form, form);
+        }
+    }
+
+    /// The type that an element refers to, or null.
+    const XmlElement* typeOf(const XmlElement& value) const {
+        const auto found = types_.find(textAttribute(value, "declaredType"));
+        return found != types_.end() ? found->second->child(value.name) : nullptr;
+    }
+
+    void checkType(const XmlElement& value) {
+        const XmlAttribute* declared = value.find("declaredType");
+        if (declared != nullptr && typeOf(value) == nullptr)
+            report_.add("type-undefined", {descriptionFile, declared->line}, "There is no type {} for a {}.",
+                        inQuotes(declared->value), value.name);
+    }
+
+    /// An element's unit and display unit; what it doesn't say itself is taken from its type.
+    void checkUnits(const XmlElement& element, const XmlElement& type) {
+        const XmlAttribute* unit = element.find("unit");
+        const XmlAttribute* displayUnit = element.find("displayUnit");
+        const auto defined = units_.find(unit != nullptr ? unit->value : textAttribute(type, "unit"));
+        if (unit != nullptr && defined == units_.end())
+            report_.add("unit-undefined", {descriptionFile, unit->line}, "The unit {} isn't defined.",
+                        inQuotes(unit->value));
+        else if (displayUnit != nullptr && (defined == units_.end() || !defined->second.contains(displayUnit->value)))
+            report_.add("unit-undefined", {descriptionFile, displayUnit->line},
+                        "The display unit {} isn't defined for the unit of this element.",
+                        inQuotes(displayUnit->value));
+    }
+
+    bool isType(std::string_view name) const { return types_.contains(name); }
+
+private:
+    Report& report_;
+    std::map<std::string_view, std::set<std::string_view>> units_;
+    std::map<std::string_view, const XmlElement*> types_;
+};
+
+} // namespace
+
+void checkGeneral(const ModelDescription& description, Report& report) {
+    checkInterfaces(description, report);
+    checkCategories(description, report);
+    checkExperiment(description, report);
+}
+
+void checkFinalTime(const ModelDescription& description, const ShapeFile& shape, Report& report) {
+    const XmlElement* experiment = description.root->child("DefaultExperiment");
+    const auto stop = experiment != nullptr ? realAttribute(*experiment, "stopTime") : std::nullopt;
+    if (stop && shape.finalTime && *stop != *shape.finalTime)
+        report.add("experiment-final-time", {descriptionFile, lineOf(*experiment, "stopTime")},
+                   "The experiment stops at {}, but fmu2ts.par has the final time {}.", *stop, *shape.finalTime);
+}
+
+void checkUnitsAndTypes(const ModelDescription& description, Report& report) {
+    Definitions definitions(description, report);
+    for (const Variable& variable : description.variables) {
+        definitions.checkType(*variable.value);
+        const XmlElement* type = definitions.typeOf(*variable.value);
+        definitions.checkUnits(*variable.value, type != nullptr ? *type : *variable.value);
+        if (definitions.isType(variable.name))
+            report.add("type-duplicate", {descriptionFile, variable.line()}, "A type and a variable have the name {}.",
+                       inQuotes(variable.name));
+    }
+}
+
+} // namespace packaging::checking

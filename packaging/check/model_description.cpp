@@ -1,0 +1,139 @@
+#include "packaging/check/model_description.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+namespace packaging::checking {
+
+namespace {
+
+constexpr std::array<std::string_view, 6> causalities{"parameter", "calculatedParameter", "input", "output",
+                                                      "local",     "independent"};
+constexpr std::array<std::string_view, 5> variabilities{"constant", "fixed", "tunable", "discrete", "continuous"};
+constexpr std::array<std::string_view, 4> initials{"", "exact", "approx", "calculated"};
+
+struct TypeElement {
+    std::string_view name;
+    Type type;
+};
+
+constexpr TypeElement typeElements[] = {{"Real", Type::real},
+                                        {"Integer", Type::integer},
+                                        {"Boolean", Type::boolean},
+                                        {"String", Type::string},
+                                        {"Enumeration", Type::integer}};
+
+template <typename Enumeration, std::size_t size>
+Enumeration choice(const XmlElement& element, std::string_view attribute,
+                   const std::array<std::string_view, size>& names, Enumeration otherwise) {
+    const XmlAttribute* found = element.find(attribute);
+    if (found == nullptr) return otherwise;
+    const auto name = std::ranges::find(names, found->value);
+    return name != names.end() ? static_cast<Enumeration>(name - names.begin()) : otherwise;
+}
+
+/// Which values of `initial` go with a causality and a variability; the first is the default. This is FMI 2.0's table.
+struct Combination {
+    Causality causality;
+    std::vector<Variability> variabilities;
+    std::vector<Initial> initials;
+};
+
+const std::vector<Combination>& combinations() {
+    using enum Causality;
+    using enum Variability;
+    using enum Initial;
+    static const std::vector<Combination> table{
+        {parameter, {fixed, tunable}, {exact}},
+        {calculatedParameter, {fixed, tunable}, {calculated, approx}},
+        {input, {discrete, continuous}, {none}},
+        {output, {constant}, {exact}},
+        {output, {discrete, continuous}, {calculated, exact, approx}},
+        {local, {constant}, {exact}},
+        {local, {fixed, tunable}, {calculated, approx}},
+        {local, {discrete, continuous}, {calculated, exact, approx}},
+        {independent, {continuous}, {none}},
+    };
+    return table;
+}
+
+/// Settles what `initial` is and whether the combination is allowed.
+void combine(Variable& variable) {
+    const auto found = std::ranges::find_if(combinations(), [&variable](const Combination& row) {
+        return row.causality == variable.causality && std::ranges::count(row.variabilities, variable.variability) > 0;
+    });
+    const Initial written = choice(*variable.element, "initial", initials, Initial::none);
+    variable.initial = written;
+    variable.isCombinationAllowed = found != combinations().end();
+    if (!variable.isCombinationAllowed) return;
+
+    const Initial usual = found->initials.front();
+    if (written == Initial::none || usual == Initial::none)
+        variable.initial = usual;
+    else
+        variable.isCombinationAllowed = std::ranges::count(found->initials, written) > 0;
+}
+
+/// False when the element names no type.
+bool readVariable(const XmlElement& element, Variable& variable) {
+    for (const XmlElement& child : element.children) {
+        const auto type = std::ranges::find(typeElements, child.name, &TypeElement::name);
+        if (type == std::end(typeElements)) continue;
+        variable.value = &child;
+        variable.type = type->type;
+        break;
+    }
+    variable.element = &element;
+    variable.name = textAttribute(element, "name");
+    variable.reference = naturalAttribute(element, "valueReference");
+    variable.causality = choice(element, "causality", causalities, Causality::local);
+    variable.variability = choice(element, "variability", variabilities, Variability::continuous);
+    combine(variable);
+    return variable.value != nullptr;
+}
+
+} // namespace
+
+std::optional<double> realAttribute(const XmlElement& element, std::string_view name) {
+    const XmlAttribute* attribute = element.find(name);
+    return attribute != nullptr ? realOf(attribute->value) : std::nullopt;
+}
+
+std::optional<std::uint32_t> naturalAttribute(const XmlElement& element, std::string_view name) {
+    const XmlAttribute* attribute = element.find(name);
+    return attribute != nullptr ? naturalOf(attribute->value) : std::nullopt;
+}
+
+std::string_view textAttribute(const XmlElement& element, std::string_view name, std::string_view otherwise) {
+    const XmlAttribute* attribute = element.find(name);
+    return attribute != nullptr ? std::string_view(attribute->value) : otherwise;
+}
+
+const Variable* ModelDescription::at(std::optional<std::uint32_t> index) const {
+    return index && *index >= 1 && *index <= variables.size() ? &variables[*index - 1] : nullptr;
+}
+
+const std::vector<XmlElement>& ModelDescription::childrenOf(std::string_view child) const {
+    static const std::vector<XmlElement> none;
+    const XmlElement* parent = root->child(child);
+    return parent != nullptr ? parent->children : none;
+}
+
+ModelDescription readModelDescription(const XmlElement& root) {
+    static const XmlElement untyped;
+    ModelDescription description;
+    description.root = &root;
+    description.coSimulation = root.child("CoSimulation");
+    const std::vector<XmlElement>& elements = description.childrenOf("ModelVariables");
+    description.variables.reserve(elements.size());
+    for (const XmlElement& element : elements) {
+        Variable variable;
+        // One without a type keeps its place, so that indices stay right.
+        if (!readVariable(element, variable)) variable.value = &untyped;
+        description.variables.push_back(variable);
+    }
+    return description;
+}
+
+} // namespace packaging::checking

@@ -1,0 +1,172 @@
+#include <algorithm>
+
+#include "packaging/check/rules.h"
+
+namespace packaging::checking {
+
+namespace {
+
+Place placeOf(const Variable& variable) { return {descriptionFile, variable.line()}; }
+
+/// Where a real lies: a port and which of its blocks, 0 for the values, 1 and 2 for the derivatives.
+struct Slot {
+    const Port* port = nullptr; ///< null outside of all ports
+    int block = 0;
+};
+
+Slot slotOf(const ShapeFile& shape, std::int64_t reference) {
+    for (const Port& port : shape.ports)
+        if (reference >= port.offset && reference < port.end())
+            return {&port, static_cast<int>((reference - port.offset) / port.width)};
+    return {};
+}
+
+/// Whether the ports' blocks lie among the reals and apart from each other.
+bool checkBlocks(const ShapeFile& shape, Report& report) {
+    bool areFine = true;
+    std::vector<Port> sorted;
+    for (const Port& port : shape.ports) {
+        const Place place{shapeFileName, port.line};
+        if (port.width == 0)
+            report.add("port-empty", {shapeFileName, port.line - 1}, "The width of {} is 0.", port.name());
+        else
+            sorted.push_back(port);
+        if (const auto nReal = shape.countOf(Type::real); nReal && port.end() > *nReal) {
+            report.add("port-range", place, "{} takes reals {} to {}, but there are {}.", port.name(), port.offset,
+                       port.end() - 1, *nReal);
+            areFine = false;
+        }
+    }
+    std::ranges::sort(sorted, {}, &Port::offset);
+    for (std::size_t i = 1; i < sorted.size(); ++i) {
+        const Port &before = sorted[i - 1], &port = sorted[i];
+        if (port.offset >= before.end()) continue;
+        report.add("port-overlap", {shapeFileName, port.line}, "{} begins at real {}, but {} takes reals {} to {}.",
+                   port.name(), port.offset, before.name(), before.offset, before.end() - 1);
+        areFine = false;
+    }
+    return areFine;
+}
+
+using References = std::vector<std::int64_t>;
+
+/// Value references of the reals of a causality, sorted and each once.
+References referencesOf(const ModelDescription& description, Causality causality) {
+    References references;
+    for (const Variable& variable : description.variables)
+        if (variable.type == Type::real && variable.reference && variable.causality == causality)
+            references.push_back(*variable.reference);
+    std::ranges::sort(references);
+    const auto [first, last] = std::ranges::unique(references);
+    references.erase(first, last);
+    return references;
+}
+
+/// The solver reads what lies in an input port, and writes what lies in an output port. Other variables may share an
+/// input's value.
+void checkVariableInPort(const Variable& variable, const Port& port, const References& inputs, Report& report) {
+    const bool isFine = port.isInput ? std::ranges::binary_search(inputs, std::int64_t{*variable.reference}) &&
+                                           variable.causality != Causality::parameter
+                                     : !variable.isSettable();
+    if (!isFine)
+        report.add("port-causality", placeOf(variable), "{} lies in {}, and its causality is {}.",
+                   inQuotes(variable.name), port.name(), textAttribute(*variable.element, "causality", "local"));
+}
+
+void checkVariableOutside(const Variable& variable, Report& report) {
+    const bool isExchanged = variable.causality == Causality::input || variable.causality == Causality::output;
+    if (isExchanged)
+        report.add("port-none", placeOf(variable), "The {} {} lies in no port.",
+                   textAttribute(*variable.element, "causality"), inQuotes(variable.name));
+    else if (variable.causality != Causality::parameter)
+        report.add("value-unserved", placeOf(variable), "{} lies in no port and is no parameter.",
+                   inQuotes(variable.name));
+}
+
+/// How many of each port's values are described: a master can connect only those.
+void checkDescribed(const ShapeFile& shape, const References& inputs, const References& outputs, Report& report) {
+    for (const Port& port : shape.ports) {
+        const References& references = port.isInput ? inputs : outputs;
+        const auto first = std::ranges::lower_bound(references, port.offset);
+        const auto last = std::ranges::lower_bound(references, port.offset + port.width);
+        if (const std::int64_t missing = port.width - (last - first); missing > 0)
+            report.add("port-undeclared", {shapeFileName, port.line},
+                       "{} of the {} values of {} are no {} of the description.", missing, port.width, port.name(),
+                       port.isInput ? "inputs" : "outputs");
+    }
+}
+
+void checkDerivativePlaces(const ModelDescription& description, const ShapeFile& shape, Report& report) {
+    for (const Variable& variable : description.variables) {
+        const Variable* state = description.at(naturalAttribute(*variable.value, "derivative"));
+        if (state == nullptr || state->type != Type::real || !state->reference || !variable.reference) continue;
+        const Slot slot = slotOf(shape, *state->reference);
+        if (slot.port == nullptr || slot.port->isInput) continue;
+        const std::int64_t expected = *state->reference + slot.port->width;
+        if (slot.block == 2)
+            report.add("derivative-place", placeOf(variable),
+                       "{} would be a third derivative, which the library has not.", inQuotes(variable.name));
+        else if (*variable.reference != expected)
+            report.add("derivative-place", placeOf(variable),
+                       "{} has value reference {}, but the derivative of {} has {}.", inQuotes(variable.name),
+                       *variable.reference, inQuotes(state->name), expected);
+    }
+}
+
+void checkDerivativeOrder(const ModelDescription& description, const ShapeFile& shape, Report& report) {
+    if (description.coSimulation == nullptr) return;
+    const auto order = naturalAttribute(*description.coSimulation, "maxOutputDerivativeOrder");
+    if (!order || *order == 0) return;
+    std::vector<std::int64_t> widths;
+    for (const Port& port : shape.ports)
+        if (!port.isInput) widths.push_back(port.width);
+    const bool areEqual = !widths.empty() && std::ranges::count(widths, widths[0]) == std::ssize(widths);
+    if (*order > 2 || !areEqual)
+        report.add("derivative-order",
+                   {descriptionFile, description.coSimulation->find("maxOutputDerivativeOrder")->line},
+                   "maxOutputDerivativeOrder is {}{}.", *order,
+                   areEqual ? "" : ", and the output ports are none or differ in width");
+}
+
+} // namespace
+
+void checkReferences(const ModelDescription& description, const ShapeFile& shape, Report& report) {
+    std::array<std::int64_t, 4> used{};
+    for (const Variable& variable : description.variables) {
+        const auto count = shape.countOf(variable.type);
+        if (!variable.reference) continue;
+        std::int64_t& end = used[static_cast<std::size_t>(variable.type)];
+        end = std::max<std::int64_t>(end, std::int64_t{*variable.reference} + 1);
+        if (count && *variable.reference >= static_cast<std::uint32_t>(*count))
+            report.add("reference-range", placeOf(variable), "{} has value reference {}, but fmu2ts.par counts {} {}s.",
+                       inQuotes(variable.name), *variable.reference, *count,
+                       typeNames[static_cast<std::size_t>(variable.type)]);
+    }
+    if (!shape.arePortsKnown) return;
+    for (const Port& port : shape.ports) used[0] = std::max(used[0], port.end());
+    for (std::size_t i = 0; i < used.size(); ++i)
+        if (const auto count = shape.counts[i]; count && *count > used[i])
+            report.add("count-unused", {shapeFileName, variableCountLine + static_cast<int>(i)},
+                       "{} {}s are counted, but only {} are used.", *count, typeNames[i], used[i]);
+}
+
+void checkPorts(const ModelDescription& description, const ShapeFile& shape, Report& report) {
+    if (!shape.arePortsKnown) return;
+    checkDerivativeOrder(description, shape, report);
+    if (!checkBlocks(shape, report)) return;
+    const References inputs = referencesOf(description, Causality::input);
+    const auto nReal = shape.countOf(Type::real);
+    for (const Variable& variable : description.variables) {
+        if (!variable.reference || variable.variability == Variability::constant) continue;
+        if (variable.type == Type::real && nReal && *variable.reference >= static_cast<std::uint32_t>(*nReal)) continue;
+        const Slot slot = variable.type == Type::real ? slotOf(shape, *variable.reference) : Slot{};
+        if (slot.port != nullptr)
+            checkVariableInPort(variable, *slot.port, inputs, report);
+        else
+            checkVariableOutside(variable, report);
+    }
+    checkDescribed(shape, inputs, referencesOf(description, Causality::output), report);
+    checkDerivativePlaces(description, shape, report);
+}
+
+} // namespace packaging::checking

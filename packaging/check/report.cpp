@@ -1,0 +1,54 @@
+#include "packaging/check/report.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace packaging::checking {
+
+namespace {
+
+constexpr int shownOfARule = 5;
+constexpr std::size_t longestQuote = 100;
+
+bool isContinuationByte(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+
+bool isControl(char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }
+
+} // namespace
+
+std::string inQuotes(std::string_view text) {
+    std::size_t length = std::min(text.size(), longestQuote);
+    while (length > 0 && length < text.size() && isContinuationByte(text[length])) --length;
+    std::string shown(text.substr(0, length));
+    std::ranges::replace_if(shown, isControl, '?');
+    return fmt::format("\"{}{}\"", shown, length < text.size() ? "..." : "");
+}
+
+bool Report::isShown(RuleName rule, const Place& place) {
+    Count& count = counts_[rule.index()];
+    if (++count.found == shownOfARule + 1) count.firstHidden = place;
+    return count.found <= shownOfARule;
+}
+
+void Report::keep(RuleName rule, const Place& place, std::string what) {
+    entries_.push_back({&rule.rule(), place, std::move(what)});
+}
+
+void Report::handOver(Findings& findings) {
+    for (std::size_t i = 0; i < counts_.size(); ++i)
+        if (const int hidden = counts_[i].found - shownOfARule; hidden > 0)
+            entries_.push_back({&allRules[i], counts_[i].firstHidden,
+                                fmt::format("The same is found {} more times from here.", hidden)});
+    std::ranges::stable_sort(entries_, {},
+                             [](const Entry& entry) { return std::tie(entry.place.file, entry.place.line); });
+
+    for (Entry& entry : entries_) {
+        const auto add = entry.rule->severity == Severity::error ? &Findings::error : &Findings::warning;
+        (findings.*add)(entry.rule->name, entry.place, std::move(entry.what), std::string(entry.rule->why),
+                        std::string(entry.rule->mend));
+    }
+    entries_.clear();
+    counts_ = {};
+}
+
+} // namespace packaging::checking

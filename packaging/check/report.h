@@ -1,0 +1,49 @@
+// Collects findings of the rules: in the files' order, and only so many of a kind.
+#pragma once
+
+#include <array>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "packaging/check/rule_table.h"
+
+namespace packaging::checking {
+
+/// A foreign text in double quotes, as it can be shown: cut when long, without control characters.
+std::string inQuotes(std::string_view text);
+
+class Report {
+public:
+    /// Adds a finding. `text` is a sentence.
+    template <typename... Arguments>
+    void add(RuleName rule, const Place& place, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
+        if (isShown(rule, place)) keep(rule, place, fmt::format(text, std::forward<Arguments>(arguments)...));
+    }
+
+    /// Hands everything on, sorted by file and line. Of each rule some are shown; the rest are counted in one more.
+    void handOver(Findings& findings);
+
+private:
+    struct Entry {
+        const Rule* rule;
+        Place place;
+        std::string what;
+    };
+    struct Count {
+        int found = 0;
+        Place firstHidden;
+    };
+
+    bool isShown(RuleName rule, const Place& place);
+    void keep(RuleName rule, const Place& place, std::string what);
+
+    std::vector<Entry> entries_;
+    std::array<Count, std::size(allRules)> counts_;
+};
+
+} // namespace packaging::checking

@@ -1,0 +1,139 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <unordered_set>
+
+#include "packaging/check/rules.h"
+#include "packaging/check/variable_name.h"
+
+namespace packaging::checking {
+
+namespace {
+
+Place placeOf(const Variable& variable) { return {descriptionFile, variable.line()}; }
+
+void checkVariableNames(const ModelDescription& description, Report& report) {
+    const bool structured = textAttribute(*description.root, "variableNamingConvention", "flat") == "structured";
+    std::unordered_set<std::string_view> names;
+    for (const Variable& variable : description.variables) {
+        if (variable.element->find("name") == nullptr) continue;
+        if (!names.insert(variable.name).second)
+            report.add("name-duplicate", placeOf(variable), "The name {} stands twice.", inQuotes(variable.name));
+        if (structured && !isStructuredName(variable.name))
+            report.add("name-structured", placeOf(variable), "{} is no structured name.", inQuotes(variable.name));
+        if (!structured && variable.name.find_first_of("\r\n\t") != std::string_view::npos)
+            report.add("name-flat", placeOf(variable), "The name {} holds a tab or a line end.",
+                       inQuotes(variable.name));
+    }
+}
+
+/// False when causality and variability don't go together; the rules for start values then make no sense.
+bool checkCombination(const Variable& variable, Report& report) {
+    const bool isFree = variable.causality == Causality::input || variable.causality == Causality::independent;
+    if (variable.variability == Variability::continuous && variable.value->name != "Real" &&
+        !variable.value->name.empty())
+        report.add("continuous-type", placeOf(variable), "{} is of type {} and continuous.", inQuotes(variable.name),
+                   variable.value->name);
+    else if (!variable.isCombinationAllowed)
+        report.add("causality-combination", placeOf(variable), "{} has causality {}, variability {} and initial {}.",
+                   inQuotes(variable.name), textAttribute(*variable.element, "causality", "local"),
+                   textAttribute(*variable.element, "variability", "continuous"),
+                   textAttribute(*variable.element, "initial", "not written"));
+    else if (isFree && variable.element->find("initial") != nullptr)
+        report.add("initial-forbidden", placeOf(variable), "{} has the attribute initial.", inQuotes(variable.name));
+    return variable.isCombinationAllowed;
+}
+
+void checkStart(const Variable& variable, Report& report) {
+    const bool isStarted = variable.start() != nullptr;
+    const bool isRequired = variable.causality == Causality::input || variable.initial == Initial::exact ||
+                            variable.initial == Initial::approx;
+    if (isRequired && !isStarted)
+        report.add("start-missing", placeOf(variable), "{} has no start value.", inQuotes(variable.name));
+    else if (!isRequired && isStarted)
+        report.add("start-forbidden", placeOf(variable), "{} has a start value.", inQuotes(variable.name));
+    else if (variable.type == Type::string && !isStarted)
+        report.add("string-start-missing", placeOf(variable), "The string {} has no start value.",
+                   inQuotes(variable.name));
+}
+
+void checkLimits(const Variable& variable, Report& report) {
+    const auto min = realAttribute(*variable.value, "min"), max = realAttribute(*variable.value, "max");
+    const auto nominal = realAttribute(*variable.value, "nominal");
+    if (variable.type == Type::string) return;
+    const auto start = realAttribute(*variable.value, "start");
+    if (min && max && *min > *max)
+        report.add("min-max", placeOf(variable), "{} has min {} and max {}.", inQuotes(variable.name), *min, *max);
+    else if (start && ((min && *start < *min) || (max && *start > *max)))
+        report.add("start-range", placeOf(variable), "{} starts at {}, outside of min and max.",
+                   inQuotes(variable.name), *start);
+    if (nominal && !(*nominal > 0.0))
+        report.add("nominal", placeOf(variable), "{} has nominal {}.", inQuotes(variable.name), *nominal);
+}
+
+void checkDerivative(const ModelDescription& description, const Variable& variable, Report& report) {
+    const auto index = naturalAttribute(*variable.value, "derivative");
+    if (!index) return;
+    const Variable* state = description.at(index);
+    if (state == nullptr)
+        report.add("derivative-index", placeOf(variable), "{} is the derivative of variable {}, which isn't there.",
+                   inQuotes(variable.name), *index);
+    else if (state->type != Type::real || state == &variable)
+        report.add("derivative-index", placeOf(variable), "{} is the derivative of {}.", inQuotes(variable.name),
+                   state == &variable ? "itself" : inQuotes(state->name));
+}
+
+/// Variables of one type with one value reference. Constants may be as many as they like.
+class AliasSet {
+public:
+    explicit AliasSet(Report& report) : report_(report) {}
+
+    void add(const Variable& variable) {
+        const std::string_view unit = textAttribute(*variable.value, "unit");
+        if (first_ != nullptr && unit != textAttribute(*first_->value, "unit"))
+            report_.add("alias-unit", placeOf(variable), "{} and {} share a value, but not the unit.",
+                        inQuotes(first_->name), inQuotes(variable.name));
+        if (first_ == nullptr) first_ = &variable;
+
+        const bool counts = variable.isSettable() || variable.start() != nullptr;
+        if (!counts || variable.variability == Variability::constant) return;
+        if (owner_ != nullptr)
+            report_.add("alias-start", placeOf(variable),
+                        "{} and {} share a value, and both may be set or have a start.", inQuotes(owner_->name),
+                        inQuotes(variable.name));
+        owner_ = &variable;
+    }
+
+private:
+    Report& report_;
+    const Variable* first_ = nullptr;
+    const Variable* owner_ = nullptr; ///< the last one that may be set
+};
+
+void checkAliases(const ModelDescription& description, Report& report) {
+    std::vector<const Variable*> sorted;
+    for (const Variable& variable : description.variables)
+        if (variable.reference) sorted.push_back(&variable);
+    const auto key = [](const Variable* variable) { return std::pair(variable->type, *variable->reference); };
+    std::ranges::stable_sort(sorted, {}, key);
+    for (auto first = sorted.begin(); first != sorted.end();) {
+        AliasSet aliases(report);
+        const auto set = std::ranges::equal_range(first, sorted.end(), key(*first), {}, key);
+        for (const Variable* variable : set) aliases.add(*variable);
+        first = set.end();
+    }
+}
+
+} // namespace
+
+void checkVariables(const ModelDescription& description, Report& report) {
+    checkVariableNames(description, report);
+    for (const Variable& variable : description.variables) {
+        if (checkCombination(variable, report)) checkStart(variable, report);
+        checkLimits(variable, report);
+        checkDerivative(description, variable, report);
+    }
+    checkAliases(description, report);
+}
+
+} // namespace packaging::checking
