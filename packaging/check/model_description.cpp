@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <map>
 
 namespace packaging::checking {
 
@@ -75,8 +76,22 @@ void combine(Variable& variable) {
         variable.isCombinationAllowed = std::ranges::count(found->initials, written) > 0;
 }
 
-/// False when the element names no type.
-bool readVariable(const XmlElement& element, Variable& variable) {
+/// Units of the types that have one, by the types' names.
+using TypeUnits = std::map<std::string_view, std::string_view>;
+
+TypeUnits readTypeUnits(const std::vector<XmlElement>& types) {
+    TypeUnits units;
+    for (const XmlElement& type : types)
+        if (const XmlElement* real = type.child("Real"))
+            units.emplace(textAttribute(type, "name"), textAttribute(*real, "unit"));
+    return units;
+}
+
+/// One without an element for its type keeps its place, so that indices stay right.
+Variable readVariable(const XmlElement& element, const TypeUnits& typeUnits) {
+    static const XmlElement untyped;
+    Variable variable;
+    variable.value = &untyped;
     for (const XmlElement& child : element.children) {
         const auto type = std::ranges::find(typeElements, child.name, &TypeElement::name);
         if (type == std::end(typeElements)) continue;
@@ -89,8 +104,10 @@ bool readVariable(const XmlElement& element, Variable& variable) {
     variable.reference = naturalAttribute(element, "valueReference");
     variable.causality = choice(element, "causality", causalities, Causality::local);
     variable.variability = choice(element, "variability", variabilities, Variability::continuous);
+    const auto typeUnit = typeUnits.find(textAttribute(*variable.value, "declaredType"));
+    variable.unit = textAttribute(*variable.value, "unit", typeUnit != typeUnits.end() ? typeUnit->second : "");
     combine(variable);
-    return variable.value != nullptr;
+    return variable;
 }
 
 } // namespace
@@ -121,18 +138,14 @@ const std::vector<XmlElement>& ModelDescription::childrenOf(std::string_view chi
 }
 
 ModelDescription readModelDescription(const XmlElement& root) {
-    static const XmlElement untyped;
     ModelDescription description;
     description.root = &root;
     description.coSimulation = root.child("CoSimulation");
     const std::vector<XmlElement>& elements = description.childrenOf("ModelVariables");
     description.variables.reserve(elements.size());
-    for (const XmlElement& element : elements) {
-        Variable variable;
-        // One without a type keeps its place, so that indices stay right.
-        if (!readVariable(element, variable)) variable.value = &untyped;
-        description.variables.push_back(variable);
-    }
+    const TypeUnits typeUnits = readTypeUnits(description.childrenOf("TypeDefinitions"));
+    for (const XmlElement& element : elements)
+        if (element.name == "ScalarVariable") description.variables.push_back(readVariable(element, typeUnits));
     return description;
 }
 

@@ -26,6 +26,7 @@ struct Variable {
     std::optional<std::uint32_t> reference;
     Causality causality = Causality::local;
     Variability variability = Variability::continuous;
+    std::string_view unit;           ///< its own or its type's; or empty
     Initial initial = Initial::none; ///< as it counts: the default where nothing is written
     bool isCombinationAllowed = true;
 

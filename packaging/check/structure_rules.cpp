@@ -70,7 +70,7 @@ private:
     void checkDependencies(const XmlElement& unknown) {
         const XmlAttribute* dependencies = unknown.find("dependencies");
         const XmlAttribute* kinds = unknown.find("dependenciesKind");
-        const auto words = wordsOf(dependencies != nullptr ? dependencies->value : "");
+        const auto words = wordsOf(textAttribute(unknown, "dependencies"));
         if (kinds != nullptr && (dependencies == nullptr || words.size() != wordsOf(kinds->value).size()))
             report_.add("unknown-dependencies", {descriptionFile, kinds->line},
                         "dependenciesKind has not as many entries as dependencies.");

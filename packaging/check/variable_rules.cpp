@@ -89,8 +89,7 @@ public:
     explicit AliasSet(Report& report) : report_(report) {}
 
     void add(const Variable& variable) {
-        const std::string_view unit = textAttribute(*variable.value, "unit");
-        if (first_ != nullptr && unit != textAttribute(*first_->value, "unit"))
+        if (first_ != nullptr && variable.unit != first_->unit)
             report_.add("alias-unit", placeOf(variable), "{} and {} share a value, but not the unit.",
                         inQuotes(first_->name), inQuotes(variable.name));
         if (first_ == nullptr) first_ = &variable;

@@ -120,7 +120,10 @@ XmlDocument readXml(const std::string& text) {
     xmlCtxtUseOptions(context.get(), XML_PARSE_NONET);
     xmlParseDocument(context.get());
 
-    if (context->encoding != nullptr) document.encoding = textOf(context->encoding);
+    // The parser keeps other encodings than its own with the input.
+    const xmlChar* encoding = context->input != nullptr ? context->input->encoding : nullptr;
+    if (encoding == nullptr) encoding = context->encoding;
+    if (encoding != nullptr) document.encoding = textOf(encoding);
     if (context->wellFormed == 0 && document.problem.empty() && !document.hasDoctype)
         document.problem = "The file isn't well-formed";
     return document;
