@@ -25,7 +25,7 @@ bool isReadable(const XmlDocument& document, Report& report) {
     if (document.hasDoctype)
         report.add("xml-doctype", place, "The file holds a document type declaration.");
     else if (!document.problem.empty())
-        report.add("xml-malformed", place, "{}.", document.problem);
+        report.add("xml-malformed", place, "{}.", printable(document.problem));
     return !document.hasDoctype && document.problem.empty();
 }
 

@@ -75,6 +75,13 @@ void checkSharedObject(const fs::path& file, const Place& place, Report& report)
         checkDependencies(file, place, report);
 }
 
+/// A message about a file of the FMU, without the folder that it was unpacked to.
+std::string withoutFolder(std::string message, const fs::path& root) {
+    const std::string folder = fs::absolute(root).string() + "/";
+    for (std::size_t at = 0; (at = message.find(folder)) != std::string::npos;) message.erase(at, folder.size());
+    return message;
+}
+
 } // namespace
 
 void checkTree(const fs::path& root, Report& report) {
@@ -104,7 +111,7 @@ void checkLibrary(const fs::path& root, std::string_view identifier, const Place
     try {
         checkSharedObject(root / name, {name, 0}, report);
     } catch (const UserError& error) {
-        report.add("library-unusable", {name, 0}, "{}", error.what());
+        report.add("library-unusable", {name, 0}, "{}", printable(withoutFolder(error.what(), root)));
     }
 }
 

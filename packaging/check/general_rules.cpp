@@ -115,7 +115,6 @@ public:
         report_.add(rule_, {descriptionFile, name->line}, "The name {} of a {} stands twice.", inQuotes(name->value),
                     what_);
     }
-    bool contains(std::string_view name) const { return names_.contains(name); }
 
 private:
     RuleName rule_;
@@ -124,59 +123,34 @@ private:
     std::set<std::string_view> names_;
 };
 
-/// Units with their display units, and types.
-class Definitions {
-public:
-    Definitions(const ModelDescription& description, Report& report) : report_(report) {
-        Names unitNames("unit-duplicate", "unit", report);
-        for (const XmlElement& unit : description.childrenOf("UnitDefinitions")) {
-            unitNames.add(unit);
-            std::set<std::string_view>& displayUnits = units_[textAttribute(unit, "name")];
-            for (const XmlElement& child : unit.children)
-                if (child.name == "DisplayUnit") displayUnits.insert(textAttribute(child, "name"));
-        }
-        Names typeNames("type-duplicate", "type", report);
-        for (const XmlElement& type : description.childrenOf("TypeDefinitions")) {
-            typeNames.add(type);
-            types_.emplace(textAttribute(type, "name"), &type);
-            for (const XmlElement& form : type.children) checkUnits(form, form);
-        }
+/// Units, by their names, with their display units.
+using Units = std::map<std::string_view, std::set<std::string_view>>;
+
+Units readUnits(const ModelDescription& description, Report& report) {
+    Names names("unit-duplicate", "unit", report);
+    Units units;
+    for (const XmlElement& unit : description.childrenOf("UnitDefinitions")) {
+        names.add(unit);
+        std::set<std::string_view>& displayUnits = units[textAttribute(unit, "name")];
+        for (const XmlElement& child : unit.children)
+            if (child.name == "DisplayUnit") displayUnits.insert(textAttribute(child, "name"));
     }
+    return units;
+}
 
-    /// The type that an element refers to, or null.
-    const XmlElement* typeOf(const XmlElement& value) const {
-        const auto found = types_.find(textAttribute(value, "declaredType"));
-        return found != types_.end() ? found->second->child(value.name) : nullptr;
-    }
-
-    void checkType(const XmlElement& value) {
-        const XmlAttribute* declared = value.find("declaredType");
-        if (declared != nullptr && typeOf(value) == nullptr)
-            report_.add("type-undefined", {descriptionFile, declared->line}, "There is no type {} for a {}.",
-                        inQuotes(declared->value), value.name);
-    }
-
-    /// An element's unit and display unit; what it doesn't say itself is taken from its type.
-    void checkUnits(const XmlElement& element, const XmlElement& type) {
-        const XmlAttribute* unit = element.find("unit");
-        const XmlAttribute* displayUnit = element.find("displayUnit");
-        const auto defined = units_.find(unit != nullptr ? unit->value : textAttribute(type, "unit"));
-        if (unit != nullptr && defined == units_.end())
-            report_.add("unit-undefined", {descriptionFile, unit->line}, "The unit {} isn't defined.",
-                        inQuotes(unit->value));
-        else if (displayUnit != nullptr && (defined == units_.end() || !defined->second.contains(displayUnit->value)))
-            report_.add("unit-undefined", {descriptionFile, displayUnit->line},
-                        "The display unit {} isn't defined for the unit of this element.",
-                        inQuotes(displayUnit->value));
-    }
-
-    bool isType(std::string_view name) const { return types_.contains(name); }
-
-private:
-    Report& report_;
-    std::map<std::string_view, std::set<std::string_view>> units_;
-    std::map<std::string_view, const XmlElement*> types_;
-};
+/// An element's unit and display unit; what it doesn't say itself is taken from its type, which may be null.
+void checkUnits(const XmlElement& element, const XmlElement* type, const Units& units, Report& report) {
+    const XmlAttribute* unit = element.find("unit");
+    const XmlAttribute* displayUnit = element.find("displayUnit");
+    const std::string_view inherited = type != nullptr ? textAttribute(*type, "unit") : "";
+    const auto defined = units.find(textAttribute(element, "unit", inherited));
+    if (unit != nullptr && defined == units.end())
+        report.add("unit-undefined", {descriptionFile, unit->line}, "The unit {} isn't defined.",
+                   inQuotes(unit->value));
+    else if (displayUnit != nullptr && (defined == units.end() || !defined->second.contains(displayUnit->value)))
+        report.add("unit-undefined", {descriptionFile, displayUnit->line},
+                   "The display unit {} isn't defined for the unit of this element.", inQuotes(displayUnit->value));
+}
 
 } // namespace
 
@@ -195,12 +169,19 @@ void checkFinalTime(const ModelDescription& description, const ShapeFile& shape,
 }
 
 void checkUnitsAndTypes(const ModelDescription& description, Report& report) {
-    Definitions definitions(description, report);
+    const Units units = readUnits(description, report);
+    Names names("type-duplicate", "type", report);
+    for (const XmlElement& type : description.childrenOf("TypeDefinitions")) {
+        names.add(type);
+        for (const XmlElement& form : type.children) checkUnits(form, nullptr, units, report);
+    }
     for (const Variable& variable : description.variables) {
-        definitions.checkType(*variable.value);
-        const XmlElement* type = definitions.typeOf(*variable.value);
-        definitions.checkUnits(*variable.value, type != nullptr ? *type : *variable.value);
-        if (definitions.isType(variable.name))
+        const XmlAttribute* declared = variable.value->find("declaredType");
+        if (declared != nullptr && variable.type == nullptr)
+            report.add("type-undefined", {descriptionFile, declared->line}, "There is no type {} for {}.",
+                       inQuotes(declared->value), variable.value->name);
+        checkUnits(*variable.value, variable.type, units, report);
+        if (description.types.contains(variable.name))
             report.add("type-duplicate", {descriptionFile, variable.line()}, "A type and a variable have the name {}.",
                        inQuotes(variable.name));
     }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <map>
 
 namespace packaging::checking {
 
@@ -76,19 +75,8 @@ void combine(Variable& variable) {
         variable.isCombinationAllowed = std::ranges::count(found->initials, written) > 0;
 }
 
-/// Units of the types that have one, by the types' names.
-using TypeUnits = std::map<std::string_view, std::string_view>;
-
-TypeUnits readTypeUnits(const std::vector<XmlElement>& types) {
-    TypeUnits units;
-    for (const XmlElement& type : types)
-        if (const XmlElement* real = type.child("Real"))
-            units.emplace(textAttribute(type, "name"), textAttribute(*real, "unit"));
-    return units;
-}
-
 /// One without an element for its type keeps its place, so that indices stay right.
-Variable readVariable(const XmlElement& element, const TypeUnits& typeUnits) {
+Variable readVariable(const XmlElement& element, const ModelDescription& description) {
     static const XmlElement untyped;
     Variable variable;
     variable.value = &untyped;
@@ -96,7 +84,7 @@ Variable readVariable(const XmlElement& element, const TypeUnits& typeUnits) {
         const auto type = std::ranges::find(typeElements, child.name, &TypeElement::name);
         if (type == std::end(typeElements)) continue;
         variable.value = &child;
-        variable.type = type->type;
+        variable.kind = type->type;
         break;
     }
     variable.element = &element;
@@ -104,8 +92,8 @@ Variable readVariable(const XmlElement& element, const TypeUnits& typeUnits) {
     variable.reference = naturalAttribute(element, "valueReference");
     variable.causality = choice(element, "causality", causalities, Causality::local);
     variable.variability = choice(element, "variability", variabilities, Variability::continuous);
-    const auto typeUnit = typeUnits.find(textAttribute(*variable.value, "declaredType"));
-    variable.unit = textAttribute(*variable.value, "unit", typeUnit != typeUnits.end() ? typeUnit->second : "");
+    const auto type = description.types.find(textAttribute(*variable.value, "declaredType"));
+    if (type != description.types.end()) variable.type = type->second->child(variable.value->name);
     combine(variable);
     return variable;
 }
@@ -127,6 +115,16 @@ std::string_view textAttribute(const XmlElement& element, std::string_view name,
     return attribute != nullptr ? std::string_view(attribute->value) : otherwise;
 }
 
+const XmlAttribute* Variable::attribute(std::string_view attributeName) const {
+    const XmlAttribute* own = value->find(attributeName);
+    return own != nullptr || type == nullptr ? own : type->find(attributeName);
+}
+
+std::optional<double> Variable::real(std::string_view attributeName) const {
+    const XmlAttribute* found = attribute(attributeName);
+    return found != nullptr ? realOf(found->value) : std::nullopt;
+}
+
 const Variable* ModelDescription::at(std::optional<std::uint32_t> index) const {
     return index && *index >= 1 && *index <= variables.size() ? &variables[*index - 1] : nullptr;
 }
@@ -143,9 +141,10 @@ ModelDescription readModelDescription(const XmlElement& root) {
     description.coSimulation = root.child("CoSimulation");
     const std::vector<XmlElement>& elements = description.childrenOf("ModelVariables");
     description.variables.reserve(elements.size());
-    const TypeUnits typeUnits = readTypeUnits(description.childrenOf("TypeDefinitions"));
+    for (const XmlElement& type : description.childrenOf("TypeDefinitions"))
+        description.types.emplace(textAttribute(type, "name"), &type);
     for (const XmlElement& element : elements)
-        if (element.name == "ScalarVariable") description.variables.push_back(readVariable(element, typeUnits));
+        if (element.name == "ScalarVariable") description.variables.push_back(readVariable(element, description));
     return description;
 }
 

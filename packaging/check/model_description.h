@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -21,17 +22,20 @@ enum class Initial { none, exact, approx, calculated };
 struct Variable {
     const XmlElement* element = nullptr; ///< ScalarVariable
     const XmlElement* value = nullptr;   ///< Real, Integer, ...
+    const XmlElement* type = nullptr;    ///< the same of its declared type; null without one
     std::string_view name;
-    Type type = Type::real; ///< of its value reference: enumerations count as integers
+    Type kind = Type::real; ///< of its value reference: enumerations count as integers
     std::optional<std::uint32_t> reference;
     Causality causality = Causality::local;
     Variability variability = Variability::continuous;
-    std::string_view unit;           ///< its own or its type's; or empty
     Initial initial = Initial::none; ///< as it counts: the default where nothing is written
     bool isCombinationAllowed = true;
 
     int line() const { return element->line; }
     const XmlAttribute* start() const { return value->find("start"); }
+    /// Its own attribute or its declared type's; null when neither has it.
+    const XmlAttribute* attribute(std::string_view attributeName) const;
+    std::optional<double> real(std::string_view attributeName) const;
     /// A master may set it before the run, and it has a place in the value file.
     bool isSettable() const { return causality == Causality::parameter || causality == Causality::input; }
 };
@@ -46,8 +50,9 @@ std::string_view textAttribute(const XmlElement& element, std::string_view name,
 /// Views into the XML document, which must outlive it.
 struct ModelDescription {
     const XmlElement* root = nullptr;
-    const XmlElement* coSimulation = nullptr; ///< or null
-    std::vector<Variable> variables;          ///< in order; index 1 of the standard is the first
+    const XmlElement* coSimulation = nullptr;            ///< or null
+    std::map<std::string_view, const XmlElement*> types; ///< elements SimpleType by their names
+    std::vector<Variable> variables;                     ///< in order; index 1 of the standard is the first
 
     /// The variable of an index of the standard, from 1; null when there is none.
     const Variable* at(std::optional<std::uint32_t> index) const;

@@ -24,8 +24,8 @@ void checkLengths(const ShapeFile& shape, const NameFile& file, Report& report) 
 
 /// The name of a variable that may reach the value file; null when there is none or it never does.
 const NameLine* nameOf(const Variable& variable, const NameFile& file) {
-    const NameList& list = file.listOf(variable.type);
-    const bool isResultFile = variable.type == Type::string && variable.reference == 0U;
+    const NameList& list = file.listOf(variable.kind);
+    const bool isResultFile = variable.kind == Type::string && variable.reference == 0U;
     const bool isWritten = variable.isSettable() && variable.reference && !isResultFile;
     return isWritten && *variable.reference < list.names.size() ? &list.names[*variable.reference] : nullptr;
 }

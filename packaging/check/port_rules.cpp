@@ -54,7 +54,7 @@ using References = std::vector<std::int64_t>;
 References referencesOf(const ModelDescription& description, Causality causality) {
     References references;
     for (const Variable& variable : description.variables)
-        if (variable.type == Type::real && variable.reference && variable.causality == causality)
+        if (variable.kind == Type::real && variable.reference && variable.causality == causality)
             references.push_back(*variable.reference);
     std::ranges::sort(references);
     const auto [first, last] = std::ranges::unique(references);
@@ -99,7 +99,7 @@ void checkDescribed(const ShapeFile& shape, const References& inputs, const Refe
 void checkDerivativePlaces(const ModelDescription& description, const ShapeFile& shape, Report& report) {
     for (const Variable& variable : description.variables) {
         const Variable* state = description.at(naturalAttribute(*variable.value, "derivative"));
-        if (state == nullptr || state->type != Type::real || !state->reference || !variable.reference) continue;
+        if (state == nullptr || state->kind != Type::real || !state->reference || !variable.reference) continue;
         const Slot slot = slotOf(shape, *state->reference);
         if (slot.port == nullptr || slot.port->isInput) continue;
         const std::int64_t expected = *state->reference + slot.port->width;
@@ -133,14 +133,14 @@ void checkDerivativeOrder(const ModelDescription& description, const ShapeFile& 
 void checkReferences(const ModelDescription& description, const ShapeFile& shape, Report& report) {
     std::array<std::int64_t, 4> used{};
     for (const Variable& variable : description.variables) {
-        const auto count = shape.countOf(variable.type);
+        const auto count = shape.countOf(variable.kind);
         if (!variable.reference) continue;
-        std::int64_t& end = used[static_cast<std::size_t>(variable.type)];
+        std::int64_t& end = used[static_cast<std::size_t>(variable.kind)];
         end = std::max<std::int64_t>(end, std::int64_t{*variable.reference} + 1);
         if (count && *variable.reference >= static_cast<std::uint32_t>(*count))
             report.add("reference-range", placeOf(variable), "{} has value reference {}, but fmu2ts.par counts {} {}s.",
                        inQuotes(variable.name), *variable.reference, *count,
-                       typeNames[static_cast<std::size_t>(variable.type)]);
+                       typeNames[static_cast<std::size_t>(variable.kind)]);
     }
     if (!shape.arePortsKnown) return;
     for (const Port& port : shape.ports) used[0] = std::max(used[0], port.end());
@@ -158,8 +158,8 @@ void checkPorts(const ModelDescription& description, const ShapeFile& shape, Rep
     const auto nReal = shape.countOf(Type::real);
     for (const Variable& variable : description.variables) {
         if (!variable.reference || variable.variability == Variability::constant) continue;
-        if (variable.type == Type::real && nReal && *variable.reference >= static_cast<std::uint32_t>(*nReal)) continue;
-        const Slot slot = variable.type == Type::real ? slotOf(shape, *variable.reference) : Slot{};
+        if (variable.kind == Type::real && nReal && *variable.reference >= static_cast<std::uint32_t>(*nReal)) continue;
+        const Slot slot = variable.kind == Type::real ? slotOf(shape, *variable.reference) : Slot{};
         if (slot.port != nullptr)
             checkVariableInPort(variable, *slot.port, inputs, report);
         else

@@ -16,29 +16,34 @@ bool isControl(char byte) { return static_cast<unsigned char>(byte) < 0x20 || by
 
 } // namespace
 
+std::string printable(std::string_view text) {
+    std::string shown(text);
+    std::ranges::replace_if(shown, isControl, '?');
+    return shown;
+}
+
 std::string inQuotes(std::string_view text) {
     std::size_t length = std::min(text.size(), longestQuote);
     while (length > 0 && length < text.size() && isContinuationByte(text[length])) --length;
-    std::string shown(text.substr(0, length));
-    std::ranges::replace_if(shown, isControl, '?');
-    return fmt::format("\"{}{}\"", shown, length < text.size() ? "..." : "");
+    return fmt::format("\"{}{}\"", printable(text.substr(0, length)), length < text.size() ? "..." : "");
 }
 
 bool Report::isShown(RuleName rule, const Place& place) {
     Count& count = counts_[rule.index()];
-    if (++count.found == shownOfARule + 1) count.firstHidden = place;
+    if (++count.found == shownOfARule + 1) count.firstHidden = {printable(place.file), place.line};
     return count.found <= shownOfARule;
 }
 
 void Report::keep(RuleName rule, const Place& place, std::string what) {
-    entries_.push_back({&rule.rule(), place, std::move(what)});
+    entries_.push_back({&rule.rule(), {printable(place.file), place.line}, std::move(what)});
 }
 
 void Report::handOver(Findings& findings) {
     for (std::size_t i = 0; i < counts_.size(); ++i)
         if (const int hidden = counts_[i].found - shownOfARule; hidden > 0)
-            entries_.push_back({&allRules[i], counts_[i].firstHidden,
-                                fmt::format("The same is found {} more times from here.", hidden)});
+            entries_.push_back(
+                {&allRules[i], counts_[i].firstHidden,
+                 fmt::format("The same is found {} more {} from here.", hidden, hidden == 1 ? "time" : "times")});
     std::ranges::stable_sort(entries_, {},
                              [](const Entry& entry) { return std::tie(entry.place.file, entry.place.line); });
 

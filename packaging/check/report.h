@@ -14,7 +14,10 @@
 
 namespace packaging::checking {
 
-/// A foreign text in double quotes, as it can be shown: cut when long, without control characters.
+/// A foreign text as it can be shown: without control characters.
+std::string printable(std::string_view text);
+
+/// The same in double quotes, and cut when it is long.
 std::string inQuotes(std::string_view text);
 
 class Report {

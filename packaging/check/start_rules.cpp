@@ -41,20 +41,20 @@ void checkString(const Variable& variable, Report& report) {
 }
 
 void checkParameter(const Variable& variable, Report& report) {
-    if (variable.type == Type::string) return checkString(variable, report);
+    if (variable.kind == Type::string) return checkString(variable, report);
     const auto value = realAttribute(*variable.value, "start");
     if (!value) return;
-    if (variable.type == Type::real) checkReal(variable, *value, report);
-    if (variable.type == Type::integer && *value == neverSetInteger)
+    if (variable.kind == Type::real) checkReal(variable, *value, report);
+    if (variable.kind == Type::integer && *value == neverSetInteger)
         report.add("start-marker", placeOf(variable), "{} starts at {}.", inQuotes(variable.name), *value);
 }
 
 /// Values other than parameters: all arrays but the strings are zeroed.
 void checkLost(const Variable& variable, Report& report) {
-    if (variable.type == Type::string) return;
+    if (variable.kind == Type::string) return;
     const std::string& text = variable.start()->value;
     const bool isZero =
-        variable.type == Type::boolean ? !booleanOf(text).value_or(false) : realOf(text).value_or(0) == 0;
+        variable.kind == Type::boolean ? !booleanOf(text).value_or(false) : realOf(text).value_or(0) == 0;
     if (!isZero)
         report.add("start-lost", placeOf(variable), "{} starts at {}, but is 0 after the initialization.",
                    inQuotes(variable.name), inQuotes(text));

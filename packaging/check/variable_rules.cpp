@@ -52,20 +52,29 @@ void checkStart(const Variable& variable, Report& report) {
         report.add("start-missing", placeOf(variable), "{} has no start value.", inQuotes(variable.name));
     else if (!isRequired && isStarted)
         report.add("start-forbidden", placeOf(variable), "{} has a start value.", inQuotes(variable.name));
-    else if (variable.type == Type::string && !isStarted)
+    else if (variable.kind == Type::string && !isStarted)
         report.add("string-start-missing", placeOf(variable), "The string {} has no start value.",
                    inQuotes(variable.name));
 }
 
+/// Whether a start value is one of an enumeration's items.
+bool isItem(const Variable& variable, double value) {
+    return std::ranges::any_of(variable.type->children,
+                               [value](const XmlElement& item) { return realAttribute(item, "value") == value; });
+}
+
 void checkLimits(const Variable& variable, Report& report) {
-    const auto min = realAttribute(*variable.value, "min"), max = realAttribute(*variable.value, "max");
-    const auto nominal = realAttribute(*variable.value, "nominal");
-    if (variable.type == Type::string) return;
+    if (variable.kind == Type::string) return;
+    const auto min = variable.real("min"), max = variable.real("max"), nominal = variable.real("nominal");
     const auto start = realAttribute(*variable.value, "start");
+    const bool isEnumeration = variable.value->name == "Enumeration" && variable.type != nullptr;
     if (min && max && *min > *max)
         report.add("min-max", placeOf(variable), "{} has min {} and max {}.", inQuotes(variable.name), *min, *max);
     else if (start && ((min && *start < *min) || (max && *start > *max)))
         report.add("start-range", placeOf(variable), "{} starts at {}, outside of min and max.",
+                   inQuotes(variable.name), *start);
+    else if (start && isEnumeration && !isItem(variable, *start))
+        report.add("start-range", placeOf(variable), "{} starts at {}, which is no item of its type.",
                    inQuotes(variable.name), *start);
     if (nominal && !(*nominal > 0.0))
         report.add("nominal", placeOf(variable), "{} has nominal {}.", inQuotes(variable.name), *nominal);
@@ -78,7 +87,7 @@ void checkDerivative(const ModelDescription& description, const Variable& variab
     if (state == nullptr)
         report.add("derivative-index", placeOf(variable), "{} is the derivative of variable {}, which isn't there.",
                    inQuotes(variable.name), *index);
-    else if (state->type != Type::real || state == &variable)
+    else if (state->kind != Type::real || state == &variable)
         report.add("derivative-index", placeOf(variable), "{} is the derivative of {}.", inQuotes(variable.name),
                    state == &variable ? "itself" : inQuotes(state->name));
 }
@@ -89,7 +98,7 @@ public:
     explicit AliasSet(Report& report) : report_(report) {}
 
     void add(const Variable& variable) {
-        if (first_ != nullptr && variable.unit != first_->unit)
+        if (first_ != nullptr && unitOf(variable) != unitOf(*first_))
             report_.add("alias-unit", placeOf(variable), "{} and {} share a value, but not the unit.",
                         inQuotes(first_->name), inQuotes(variable.name));
         if (first_ == nullptr) first_ = &variable;
@@ -104,6 +113,11 @@ public:
     }
 
 private:
+    static std::string_view unitOf(const Variable& variable) {
+        const XmlAttribute* unit = variable.attribute("unit");
+        return unit != nullptr ? std::string_view(unit->value) : "";
+    }
+
     Report& report_;
     const Variable* first_ = nullptr;
     const Variable* owner_ = nullptr; ///< the last one that may be set
@@ -113,7 +127,7 @@ void checkAliases(const ModelDescription& description, Report& report) {
     std::vector<const Variable*> sorted;
     for (const Variable& variable : description.variables)
         if (variable.reference) sorted.push_back(&variable);
-    const auto key = [](const Variable* variable) { return std::pair(variable->type, *variable->reference); };
+    const auto key = [](const Variable* variable) { return std::pair(variable->kind, *variable->reference); };
     std::ranges::stable_sort(sorted, {}, key);
     for (auto first = sorted.begin(); first != sorted.end();) {
         AliasSet aliases(report);
