@@ -10,7 +10,7 @@ namespace packaging::checking {
 
 namespace {
 
-constexpr std::size_t longestLine = 1023; // the library's line buffer, line feed included
+constexpr std::size_t longestLine = 1022; // without its line feed, which the library reads with it
 constexpr std::size_t longestShortText = 255;
 
 /// The lines of a file without their line feeds. Reports what is wrong with any text file.

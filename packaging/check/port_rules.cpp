@@ -113,19 +113,31 @@ void checkDerivativePlaces(const ModelDescription& description, const ShapeFile&
     }
 }
 
+/// Why the library can't give derivatives of all outputs up to an order, for a sentence; empty when it can.
+std::string_view derivativeObstacle(const ModelDescription& description, const ShapeFile& shape, std::uint32_t order) {
+    std::vector<std::int64_t> widths;
+    for (const Port& port : shape.ports)
+        if (!port.isInput) widths.push_back(port.width);
+    if (widths.empty()) return "there are no output ports";
+    if (std::ranges::count(widths, widths[0]) != std::ssize(widths)) return "the output ports differ in width";
+
+    if (order > 2) return "there are two derivatives of an output";
+    const auto isTooHigh = [&](std::int64_t output) {
+        const Slot slot = slotOf(shape, output);
+        return slot.port != nullptr && static_cast<std::int64_t>(order) + slot.block > 2;
+    };
+    const References outputs = referencesOf(description, Causality::output);
+    return std::ranges::any_of(outputs, isTooHigh) ? "one of the outputs is itself a derivative" : "";
+}
+
 void checkDerivativeOrder(const ModelDescription& description, const ShapeFile& shape, Report& report) {
     if (description.coSimulation == nullptr) return;
     const auto order = naturalAttribute(*description.coSimulation, "maxOutputDerivativeOrder");
     if (!order || *order == 0) return;
-    std::vector<std::int64_t> widths;
-    for (const Port& port : shape.ports)
-        if (!port.isInput) widths.push_back(port.width);
-    const bool areEqual = !widths.empty() && std::ranges::count(widths, widths[0]) == std::ssize(widths);
-    if (*order > 2 || !areEqual)
+    if (const std::string_view obstacle = derivativeObstacle(description, shape, *order); !obstacle.empty())
         report.add("derivative-order",
                    {descriptionFile, description.coSimulation->find("maxOutputDerivativeOrder")->line},
-                   "maxOutputDerivativeOrder is {}{}.", *order,
-                   areEqual ? "" : ", and the output ports are none or differ in width");
+                   "maxOutputDerivativeOrder is {}, but {}.", *order, obstacle);
 }
 
 } // namespace
@@ -152,8 +164,8 @@ void checkReferences(const ModelDescription& description, const ShapeFile& shape
 
 void checkPorts(const ModelDescription& description, const ShapeFile& shape, Report& report) {
     if (!shape.arePortsKnown) return;
-    checkDerivativeOrder(description, shape, report);
     if (!checkBlocks(shape, report)) return;
+    checkDerivativeOrder(description, shape, report);
     const References inputs = referencesOf(description, Causality::input);
     const auto nReal = shape.countOf(Type::real);
     for (const Variable& variable : description.variables) {

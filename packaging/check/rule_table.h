@@ -68,7 +68,7 @@ inline constexpr Rule allRules[] = {
      "Write canHandleVariableCommunicationStepSize=\"true\"."},
     {"derivative-order", Severity::error,
      "One distance, measured on output port 0, serves the derivatives of all outputs, up to the second.",
-     "Write 2 when all output ports have the same width, otherwise 0."},
+     "Write 2 when all output ports have the same width and no output is a derivative, otherwise 0."},
     {"log-category-unknown", Severity::warning,
      "The library sends nothing under this name and complains when it is switched.", "Remove the category."},
     {"log-category-missing", Severity::warning, "Only listed categories may be sent, and masters may drop the others.",
