@@ -90,8 +90,8 @@ void checkDescription(const fs::path& root, const std::string& text, Report& rep
 
 void checkFmu(const FmuTree& fmu, Findings& findings) {
     Report report;
-    checkTree(fmu.root(), report);
     if (const auto text = readRegularFile(fmu.root() / descriptionFile)) {
+        checkTree(fmu.root(), report);
         checkDescription(fmu.root(), *text, report);
     } else {
         const std::string elsewhere = misplacedDescription(fmu.root());

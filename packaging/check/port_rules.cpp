@@ -57,8 +57,7 @@ References referencesOf(const ModelDescription& description, Causality causality
         if (variable.kind == Type::real && variable.reference && variable.causality == causality)
             references.push_back(*variable.reference);
     std::ranges::sort(references);
-    const auto [first, last] = std::ranges::unique(references);
-    references.erase(first, last);
+    references.erase(std::unique(references.begin(), references.end()), references.end());
     return references;
 }
 

@@ -131,9 +131,8 @@ void checkAliases(const ModelDescription& description, Report& report) {
     std::ranges::stable_sort(sorted, {}, key);
     for (auto first = sorted.begin(); first != sorted.end();) {
         AliasSet aliases(report);
-        const auto set = std::ranges::equal_range(first, sorted.end(), key(*first), {}, key);
-        for (const Variable* variable : set) aliases.add(*variable);
-        first = set.end();
+        const auto end = std::ranges::upper_bound(first, sorted.end(), key(*first), {}, key);
+        for (; first != end; ++first) aliases.add(**first);
     }
 }
 
