@@ -84,8 +84,10 @@ void checkCategories(const ModelDescription& description, Report& report) {
 
     const XmlElement* list = description.root->child("LogCategories");
     const Place place{descriptionFile, (list != nullptr ? list : description.root)->line};
+    std::vector<std::string_view> missing;
     for (const std::string_view name : categories)
-        if (!listed.contains(name)) report.add("log-category-missing", place, "The category {} isn't listed.", name);
+        if (!listed.contains(name)) missing.push_back(name);
+    if (!missing.empty()) report.add("log-category-missing", place, "Not listed: {}.", fmt::join(missing, ", "));
 }
 
 void checkExperiment(const ModelDescription& description, Report& report) {
