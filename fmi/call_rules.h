@@ -1,6 +1,8 @@
 // Which exported function may be called in which state, and the checks that each of them makes before it does anything.
 #pragma once
 
+#include <atomic>
+
 #include "fmi/fmu_instance.h"
 
 /// An exported function: its name, as its messages show it, and the states in which it is accepted.
@@ -63,9 +65,18 @@ static_assert(setRealInputDerivatives.mask == 38 && doStep.mask == 32 && cancelS
 
 } // namespace rules
 
+/// How many handles were ever remembered by `rememberReleased`: 0 keeps the usual case at one test.
+inline std::atomic<std::size_t> nRememberedReleases{0};
+
+/// `instanceOf` when there are remembered handles.
+[[gnu::cold]] FmuInstance* instanceUnlessReleased(fmi2Component handle);
+
 /// The instance behind a handle, or null when the handle is null or was released early (see `rememberReleased`). The
 /// first line of every exported function that takes an instance: what follows may then read the record.
-FmuInstance* instanceOf(fmi2Component handle);
+inline FmuInstance* instanceOf(fmi2Component handle) {
+    if (nRememberedReleases.load(std::memory_order_acquire) != 0) return instanceUnlessReleased(handle);
+    return static_cast<FmuInstance*>(handle);
+}
 
 /// Remembers a handle whose instance is about to be released although the master still holds it, so that later calls
 /// with it are refused. Without a lock; with 64 held already, another one takes the place of an old one.
@@ -74,17 +85,41 @@ void rememberReleased(const FmuInstance* instance);
 /// Forgets a remembered handle, when a new instance that stands at the same address is handed to the master.
 void forgetReleased(const FmuInstance* instance);
 
+/// What the checks below do when the call must stop: error state and message, for a state and a pointer in this order,
+/// for a value reference in the other.
+[[gnu::cold]] void refuseState(FmuInstance* instance, const CallRule& rule);
+[[gnu::cold]] void refuseNull(FmuInstance* instance, const char* functionName, const char* argumentName);
+[[gnu::cold]] void refuseReference(FmuInstance* instance, const char* functionName, fmi2ValueReference valueReference);
+
 /// The checks. Each gives 1 when the call must stop, 0 when it may go on.
 
 /// Stops without a message for a null instance. In a state outside the mask: error state, then "Illegal call sequence".
-int invalidState(FmuInstance* instance, const CallRule& rule);
+inline int invalidState(FmuInstance* instance, const CallRule& rule) {
+    if (instance == nullptr) return 1;
+    if ((instance->state & rule.mask) != 0) return 0;
+
+    refuseState(instance, rule);
+    return 1;
+}
 
 /// Stops for a null pointer: error state, then a message with the argument's name.
-int nullPointer(FmuInstance* instance, const char* functionName, const char* argumentName, const void* pointer);
+inline int nullPointer(FmuInstance* instance, const char* functionName, const char* argumentName, const void* pointer) {
+    if (pointer != nullptr) return 0;
+
+    refuseNull(instance, functionName, argumentName);
+    return 1;
+}
 
 /// Stops for a value reference that is not below `end`, the number of variables of the type: a message, then the error
 /// state.
-int vrOutOfRange(FmuInstance* instance, const char* functionName, fmi2ValueReference valueReference, std::uint32_t end);
+inline int vrOutOfRange(FmuInstance* instance, const char* functionName, fmi2ValueReference valueReference,
+                        std::uint32_t end) {
+    // Kept: the comparison is signed, so a reference of 2^31 or more passes, and the caller indexes with it as given.
+    if (static_cast<std::int32_t>(valueReference) < static_cast<std::int32_t>(end)) return 0;
+
+    refuseReference(instance, functionName, valueReference);
+    return 1;
+}
 
 /// The whole body of a function that this FMU does not support. Leaves the state alone when the call was allowed.
 fmi2Status unsupportedFunction(FmuInstance* instance, const CallRule& rule);

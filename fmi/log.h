@@ -17,7 +17,7 @@ inline constexpr std::array<const char*, nLogCategories> logCategoriesNames{"log
 inline int isCategoryLogged(const FmuInstance* instance, int categoryIndex) {
     if (categoryIndex >= nLogCategories) return 0;
 
-    return instance->logCategories[categoryIndex] != 0 || instance->logCategories[logAll] != 0 ? 1 : 0;
+    return (instance->logCategories[categoryIndex] | instance->logCategories[logAll]) != 0 ? 1 : 0;
 }
 
 /// Calls the logger of `functions` under another instance name than the record's, or before there is a record.

@@ -1,5 +1,6 @@
 // The handles whose instances were released before the master asked for it. Masters differ in what they call on them:
 // fmi2FreeInstance, fmi2Terminate, or the whole rest of the run.
+#include <algorithm>
 #include <array>
 #include <atomic>
 
@@ -8,24 +9,22 @@
 namespace {
 
 std::array<std::atomic<const void*>, 64> releasedHandles;
-std::atomic<std::size_t> nRemembered{0}; // ever remembered: 0 keeps the usual case at one test
 
+/// Each takes the first empty place, so there is nothing behind as many as there ever were.
 bool isReleased(const void* handle) {
-    if (nRemembered.load(std::memory_order_acquire) == 0) return false;
-
-    for (const auto& released : releasedHandles)
-        if (released.load(std::memory_order_relaxed) == handle) return true;
-    return false;
+    const std::size_t nUsed = std::min(nRememberedReleases.load(std::memory_order_acquire), releasedHandles.size());
+    return std::any_of(releasedHandles.begin(), releasedHandles.begin() + nUsed,
+                       [handle](const auto& released) { return released.load(std::memory_order_relaxed) == handle; });
 }
 
 } // namespace
 
-FmuInstance* instanceOf(fmi2Component handle) {
+FmuInstance* instanceUnlessReleased(fmi2Component handle) {
     return handle == nullptr || isReleased(handle) ? nullptr : static_cast<FmuInstance*>(handle);
 }
 
 void rememberReleased(const FmuInstance* instance) {
-    const std::size_t position = nRemembered.fetch_add(1, std::memory_order_acq_rel);
+    const std::size_t position = nRememberedReleases.fetch_add(1, std::memory_order_acq_rel);
     for (auto& released : releasedHandles) {
         const void* empty = nullptr;
         if (released.compare_exchange_strong(empty, instance, std::memory_order_relaxed)) return;

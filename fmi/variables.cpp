@@ -130,6 +130,39 @@ bool store(FmuInstance* instance, char*& entry, fmi2String value, std::size_t po
     return true;
 }
 
+/// Copies one by one, one at least, up to the first reference that is out of range. Whether to trace is not asked for
+/// each of them, and tracing stands apart, so that a call that is not traced saves no registers for it.
+template <typename Type, bool traced>
+[[gnu::noinline]] fmi2Status copyOut(FmuInstance* instance, const fmi2ValueReference vr[], std::size_t nvr,
+                                     typename Type::Value value[], std::uint32_t count) {
+    const auto* array = Type::array(instance);
+    std::size_t n = 0;
+    do {
+        if (vrOutOfRange(instance, Type::getRule.name, vr[n], count)) return fmi2Error;
+        value[n] = array[vr[n]];
+        if constexpr (traced) Type::traceGet(instance, vr[n], value[n]);
+    } while (++n < nvr);
+    return fmi2OK;
+}
+
+/// As `copyOut`, with the trace of the number of values. A value is traced before it is stored.
+template <typename Type, bool traced>
+[[gnu::noinline]] fmi2Status copyIn(FmuInstance* instance, const fmi2ValueReference vr[], std::size_t nvr,
+                                    const typename Type::Value value[]) {
+    if constexpr (traced) Type::traceCount(instance, static_cast<int>(nvr));
+    if (nvr == 0) return fmi2OK;
+
+    const std::uint32_t count = Type::count(instance);
+    auto* array = Type::array(instance);
+    for (std::size_t n = 0; n < nvr; ++n) {
+        if (vrOutOfRange(instance, Type::setRule.name, vr[n], count)) return fmi2Error;
+        if constexpr (traced) Type::traceSet(instance, vr[n], value[n]);
+        if (!store(instance, array[vr[n]], value[n], n)) return fmi2Error;
+    }
+    instance->dirtyValues = fmi2True;
+    return fmi2OK;
+}
+
 template <typename Type>
 fmi2Status getValues(fmi2Component handle, const fmi2ValueReference vr[], std::size_t nvr,
                      typename Type::Value value[]) {
@@ -144,13 +177,8 @@ fmi2Status getValues(fmi2Component handle, const fmi2ValueReference vr[], std::s
     if (nullPointer(instance, Type::getRule.name, "value[]", value)) return fmi2Error;
 
     if (instance->dirtyValues) instance->dirtyValues = Type::dirtyAfterGet;
-    const bool traced = isCategoryLogged(instance, logFmiCall);
-    for (std::size_t n = 0; n < nvr; ++n) {
-        if (vrOutOfRange(instance, Type::getRule.name, vr[n], count)) return fmi2Error;
-        value[n] = Type::array(instance)[vr[n]];
-        if (traced) Type::traceGet(instance, vr[n], value[n]);
-    }
-    return fmi2OK;
+    return isCategoryLogged(instance, logFmiCall) ? copyOut<Type, true>(instance, vr, nvr, value, count)
+                                                  : copyOut<Type, false>(instance, vr, nvr, value, count);
 }
 
 template <typename Type>
@@ -161,17 +189,8 @@ fmi2Status setValues(fmi2Component handle, const fmi2ValueReference vr[], std::s
     if (nvr != 0 && nullPointer(instance, Type::setRule.name, "vr[]", vr)) return fmi2Error;
     if (nvr != 0 && nullPointer(instance, Type::setRule.name, "value[]", value)) return fmi2Error;
 
-    const bool traced = isCategoryLogged(instance, logFmiCall);
-    if (traced) Type::traceCount(instance, static_cast<int>(nvr));
-
-    if (nvr == 0) return fmi2OK;
-    for (std::size_t n = 0; n < nvr; ++n) {
-        if (vrOutOfRange(instance, Type::setRule.name, vr[n], Type::count(instance))) return fmi2Error;
-        if (traced) Type::traceSet(instance, vr[n], value[n]);
-        if (!store(instance, Type::array(instance)[vr[n]], value[n], n)) return fmi2Error;
-    }
-    instance->dirtyValues = fmi2True;
-    return fmi2OK;
+    return isCategoryLogged(instance, logFmiCall) ? copyIn<Type, true>(instance, vr, nvr, value)
+                                                  : copyIn<Type, false>(instance, vr, nvr, value);
 }
 
 } // namespace
