@@ -5,25 +5,60 @@
 
 namespace {
 
-/// After a failure the plant link has ended the run and taken its handle out of the instance.
-bool depositInputs(FmuInstance* instance, double time) {
-    if (TSplant_DepositPlantInput(instance, instance->plant, 1, time) == 0) return true;
+/// The failures of a step. They stand apart from it, as it is the call that a master makes most often.
 
+[[gnu::cold]] fmi2Status refuseStepSize(FmuInstance* instance, double stepSize) {
+    // "Fount" stands in the message as masters' users know it.
+    logMessage(instance, fmi2Error, "logError", "fmi2DoStep: communication step size must be > 0. Fount %g.", stepSize);
+    instance->state = stateError;
+    return fmi2Error;
+}
+
+/// The plant link has ended the run and taken its handle out of the instance, here and in the next one.
+[[gnu::cold]] fmi2Status failDeposit(const FmuInstance* instance, double time) {
     // Kept: the state stays step complete; without a plant the next step fails here again. "deposite" and the category
     // "logAll" belong to the message, as in the one below.
     logMessage(instance, fmi2Error, "logAll",
                "Problem in cosimulation, unable to deposite plant input at communication point=%g.", time);
-    return false;
+    return fmi2Error;
 }
 
 /// The message names the start of the step.
-bool requestOutputs(FmuInstance* instance, double time, double endOfStep) {
-    if (TSplant_RequestPlantOutput(instance, instance->plant, endOfStep) == 0) return true;
-
+[[gnu::cold]] fmi2Status failRequest(FmuInstance* instance, double time) {
     logMessage(instance, fmi2Error, "logAll",
                "Problem in cosimulation, unable to request plant output at communication point=%g.", time);
     instance->state = stateStepFailed;
-    return false;
+    return fmi2Error;
+}
+
+/// A step in an allowed state.
+template <bool traced>
+[[gnu::always_inline]] inline fmi2Status step(FmuInstance* instance, double time, double stepSize,
+                                              fmi2Boolean noSetState) {
+    if constexpr (traced)
+        logMessage(instance, fmi2OK, "logFmiCall",
+                   "fmi2DoStep: currentCommunicationPoint = %g, communicationStepSize = %g, "
+                   "noSetFMUStatePriorToCurrentPoint = fmi2%s",
+                   time, stepSize, noSetState ? "True" : "False");
+
+    // Kept: a step size that is not a number passes.
+    if (stepSize <= 0.0) return refuseStepSize(instance, stepSize);
+
+    // Kept: the communication point is taken as given, not compared with the last one.
+    const double endOfStep = time + stepSize;
+    void* plant = instance->plant;
+    if (TSplant_DepositPlantInput(instance, plant, 1, time) != 0) return failDeposit(instance, time);
+    if (TSplant_RequestPlantOutput(instance, plant, endOfStep) != 0) return failRequest(instance, time);
+
+    if constexpr (traced)
+        logMessage(instance, fmi2OK, "logFmiCall", "Solver progressed from %g to %g.", time, endOfStep);
+    instance->time = endOfStep;
+    return fmi2OK;
+}
+
+/// A function of its own: a step that is not traced saves no registers for tracing.
+[[gnu::noinline]] fmi2Status tracedStep(FmuInstance* instance, double time, double stepSize, fmi2Boolean noSetState) {
+    return step<true>(instance, time, stepSize, noSetState);
 }
 
 } // namespace
@@ -33,32 +68,9 @@ fmi2Status fmi2DoStep(fmi2Component handle, fmi2Real currentCommunicationPoint, 
     FmuInstance* instance = instanceOf(handle);
     if (invalidState(instance, rules::doStep)) return fmi2Error;
 
-    const bool traced = isCategoryLogged(instance, logFmiCall);
-    if (traced)
-        logMessage(instance, fmi2OK, "logFmiCall",
-                   "fmi2DoStep: currentCommunicationPoint = %g, communicationStepSize = %g, "
-                   "noSetFMUStatePriorToCurrentPoint = fmi2%s",
-                   currentCommunicationPoint, communicationStepSize,
-                   noSetFMUStatePriorToCurrentPoint ? "True" : "False");
-
-    // Kept: a step size that is not a number passes. "Fount" stands in the message as masters' users know it.
-    if (communicationStepSize <= 0.0) {
-        logMessage(instance, fmi2Error, "logError", "fmi2DoStep: communication step size must be > 0. Fount %g.",
-                   communicationStepSize);
-        instance->state = stateError;
-        return fmi2Error;
-    }
-
-    // Kept: the communication point is taken as given, not compared with the last one.
-    const double endOfStep = currentCommunicationPoint + communicationStepSize;
-    if (!depositInputs(instance, currentCommunicationPoint)) return fmi2Error;
-    if (!requestOutputs(instance, currentCommunicationPoint, endOfStep)) return fmi2Error;
-
-    if (traced)
-        logMessage(instance, fmi2OK, "logFmiCall", "Solver progressed from %g to %g.", currentCommunicationPoint,
-                   endOfStep);
-    instance->time = endOfStep;
-    return fmi2OK;
+    if (isCategoryLogged(instance, logFmiCall))
+        return tracedStep(instance, currentCommunicationPoint, communicationStepSize, noSetFMUStatePriorToCurrentPoint);
+    return step<false>(instance, currentCommunicationPoint, communicationStepSize, noSetFMUStatePriorToCurrentPoint);
 }
 
 fmi2Status fmi2CancelStep(fmi2Component handle) {

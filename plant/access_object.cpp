@@ -90,5 +90,3 @@ void TScicosAccessFnc2::Get_TS_Server_Port(void* /*handle*/, int* port, int& sta
 }
 
 bool TScicosAccessFnc2::isTSLoaded() { return libraryHandle_ != nullptr; }
-
-int TScicosAccessFnc2::getErrorCode() { return errorCode_; }

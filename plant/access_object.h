@@ -14,7 +14,7 @@ using BlkTerminate = void (*)(void* handle, TScicosAccessFnc2* access, double ti
 /// Answers for whatever `FmuInstance` it is given as handle; keeps none of its own. One object a plant run, created by
 /// the plant link and destroyed by it. Its operations, those after the inherited ones included, and its members are
 /// called and read by slot and offset: keep their order.
-class TScicosAccessFnc2 : public TScicosAccessAPI2 {
+class TScicosAccessFnc2 final : public TScicosAccessAPI2 {
 public:
     char* GetStringParamInputName(void* handle) override;
     char* GetStringParamOutputName(void* handle) override;
@@ -49,7 +49,7 @@ public:
 
     /// The last severe level (2 and above) that the library reported, without those whose blkTerminate threw; 0 when
     /// there was none.
-    virtual int getErrorCode();
+    virtual int getErrorCode() { return errorCode_; }
 
     TScicosAccessFnc2() = default;
     TScicosAccessFnc2(const TScicosAccessFnc2&) = delete;
