@@ -25,6 +25,7 @@ install(FILES fmi/fmi2.h DESTINATION ${header_directory}/fmi)
 install(DIRECTORY util/ DESTINATION ${header_directory}/util
     FILES_MATCHING PATTERN *.h
     PATTERN c_locale.h EXCLUDE
+    PATTERN joining.h EXCLUDE
     PATTERN owners.h EXCLUDE)
 
 configure_package_config_file(

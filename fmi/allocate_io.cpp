@@ -1,6 +1,5 @@
 // The part of instantiation that the parameter files decide: counts, real values, ports.
 #include <algorithm>
-#include <cstdio>
 
 #include "fmi/allocation.h"
 #include "fmi/fmu_callback2.h"
@@ -8,14 +7,14 @@
 #include "fmi/log.h"
 #include "resources/parameter_files.h"
 #include "resources/resource_location.h"
+#include "util/joining.h"
 #include "util/owners.h"
 
 namespace {
 
 /// Joins the resources folder and a file's name; false, with a message, when the path buffer is too small.
 bool joinPath(const FmuInstance* instance, const char* folder, const char* name, PathBuffer& path) {
-    const int length = std::snprintf(path.data(), path.size(), "%s/%s", folder, name);
-    if (length >= 0 && static_cast<std::size_t>(length) < path.size()) return true;
+    if (joinInto(path.data(), path.size(), {folder, "/", name})) return true;
 
     logSetupError(instance, "fmi2Instantiate: Path of parameter file [%s] is too long.", name);
     return false;

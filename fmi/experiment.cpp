@@ -1,6 +1,5 @@
 // From instantiated to the stepping state: the experiment's times and initialization mode.
 #include <algorithm>
-#include <initializer_list>
 #include <string_view>
 
 #include "fmi/call_rules.h"
@@ -11,6 +10,7 @@
 #include "resources/model_generation.h"
 #include "resources/parameter_files.h"
 #include "resources/resource_location.h"
+#include "util/joining.h"
 
 namespace {
 
@@ -21,18 +21,6 @@ void zeroValues(FmuInstance* instance) {
     std::fill_n(instance->realValues, instance->nReal, 0.0);
     std::fill_n(instance->integerValues, instance->nInteger, 0);
     std::fill_n(instance->booleanValues, instance->nBoolean, fmi2False);
-}
-
-/// Writes the pieces one after the other; false when the buffer of the result file's name is too small for them.
-bool storeResultFile(char* buffer, std::initializer_list<std::string_view> pieces) {
-    std::size_t room = pathBufferSize;
-    for (std::string_view piece : pieces) {
-        if (piece.size() >= room) return false;
-        room -= piece.size();
-        buffer += piece.copy(buffer, piece.size());
-    }
-    *buffer = '\0';
-    return true;
 }
 
 /// The result file: string variable 0, else the parameter file's, else a constant. A bare name is put into the
@@ -54,7 +42,7 @@ bool chooseResultFile(FmuInstance* instance) {
     const bool bare = name.find_first_of("/\\") == std::string_view::npos;
     const std::string_view folder = bare ? g_fmu_resource_location : "";
     const std::string_view slash = bare ? "/" : "";
-    if (!storeResultFile(instance->resultFileName, {folder, slash, name, extension})) {
+    if (!joinInto(instance->resultFileName, pathBufferSize, {folder, slash, name, extension})) {
         logSetupError(instance, "fmi2EnterInitializationMode: Result file name is too long.");
         return false;
     }

@@ -1,10 +1,10 @@
 #include "fmi/installation.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "fmi/log.h"
+#include "util/joining.h"
 #include "util/paths.h"
 
 namespace {
@@ -15,11 +15,10 @@ constexpr const char* commonVariable = "KELDEX_PATH";
 
 bool isSet(const PathBuffer& directory) { return directory[0] != '\0'; }
 
-/// Formats `root` and `rest` with forward slashes; what does not fit is cut, and the variable noted.
+/// Joins `root` and `rest` with forward slashes; what does not fit is cut, and the variable noted.
 void storeDirectory(PathBuffer& directory, const char* root, const char* rest, const char* variable,
                     Installation& installation) {
-    const int length = std::snprintf(directory.data(), directory.size(), "%s%s", root, rest);
-    if (length < 0 || static_cast<std::size_t>(length) >= directory.size()) installation.overlongVariable = variable;
+    if (!joinInto(directory.data(), directory.size(), {root, rest})) installation.overlongVariable = variable;
     fixPathUnmangled(directory.data());
 }
 

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string_view>
@@ -12,6 +11,7 @@
 #include "fmi/log.h"
 #include "resources/parameter_files.h"
 #include "resources/resource_location.h"
+#include "util/joining.h"
 
 namespace {
 
@@ -105,7 +105,7 @@ char* joinLocation(const FmuInstance* instance, const char* location, std::strin
 
     const std::size_t size = name.size() + std::strlen(location) + 50;
     auto* text = allocateArray<char>(*instance->functions, size);
-    if (text != nullptr) std::snprintf(text, size, "%s/%.*s", location, static_cast<int>(name.size()), name.data());
+    if (text != nullptr) joinInto(text, size, {location, "/", name});
     return text;
 }
 

@@ -72,9 +72,10 @@ std::size_t copyLine(char* dst, std::size_t room, const char* src) {
     dst[length] = '\0';
 
     // Kept: only the line feed is cut, a carriage return before it stays.
-    const std::size_t end = std::strcspn(dst, "\n");
-    dst[end] = '\0';
-    return end;
+    auto* lineFeed = static_cast<char*>(std::memchr(dst, '\n', length));
+    if (lineFeed == nullptr) return length;
+    *lineFeed = '\0';
+    return static_cast<std::size_t>(lineFeed - dst);
 }
 
 /// `get_int_vec_from_string` into room for `room` integers.
