@@ -56,6 +56,12 @@ public:
 
     const char* current() const { return line_.data(); }
 
+    /// In bytes; 0 when it cannot be told.
+    long fileSize() const {
+        struct stat status {};
+        return fstat(fileno(stream_), &status) == 0 ? static_cast<long>(status.st_size) : 0;
+    }
+
 private:
     std::FILE* stream_;
     std::array<char, 1024> line_{};
@@ -126,14 +132,19 @@ void freeNames(char**& names, std::int32_t count) {
 
 char* readName(LineReader& lines) {
     auto* name = static_cast<char*>(std::malloc(nameSize));
-    if (name != nullptr) copyLine(name, nameSize, lines.next());
+    if (name == nullptr) return nullptr;
+
+    const char* line = lines.next(); // its only line feed is the last character
+    const std::size_t length = std::strlen(line);
+    std::memcpy(name, line, length + 1);
+    if (length > 0 && name[length - 1] == '\n') name[length - 1] = '\0';
     return name;
 }
 
 /// Reads one list: its count, then as many names. 0, or the failure of `fread_mv_par`.
-int readNames(LineReader& lines, long fileSize, char**& names, std::int32_t& count) {
+int readNames(LineReader& lines, char**& names, std::int32_t& count) {
     count = toInteger(lines.next());
-    if (count < 0 || count > std::max(fileSize, mostRepeatedNames)) {
+    if (count < 0 || (count > mostRepeatedNames && count > lines.fileSize())) {
         count = 0;
         return -2;
     }
@@ -144,11 +155,6 @@ int readNames(LineReader& lines, long fileSize, char**& names, std::int32_t& cou
     for (std::int32_t i = 0; i < count; ++i)
         if ((names[i] = readName(lines)) == nullptr) return -3;
     return 0;
-}
-
-long sizeOf(std::FILE* stream) {
-    struct stat status {};
-    return fstat(fileno(stream), &status) == 0 ? static_cast<long>(status.st_size) : 0;
 }
 
 } // namespace
@@ -198,12 +204,11 @@ int fread_mv_par(const char* path, MvParRecord* record) {
     if (!stream) return -1;
 
     LineReader lines(stream.get());
-    const long fileSize = sizeOf(stream.get());
     MvParRecord read{};
-    int result = readNames(lines, fileSize, read.realNames, read.nRealNames);
-    if (result == 0) result = readNames(lines, fileSize, read.integerNames, read.nIntegerNames);
-    if (result == 0) result = readNames(lines, fileSize, read.booleanNames, read.nBooleanNames);
-    if (result == 0) result = readNames(lines, fileSize, read.stringNames, read.nStringNames);
+    int result = readNames(lines, read.realNames, read.nRealNames);
+    if (result == 0) result = readNames(lines, read.integerNames, read.nIntegerNames);
+    if (result == 0) result = readNames(lines, read.booleanNames, read.nBooleanNames);
+    if (result == 0) result = readNames(lines, read.stringNames, read.nStringNames);
     if (result != 0) {
         releaseNames(read);
         return result;
