@@ -3,9 +3,10 @@
 #
 #   scripts/setup.sh GROUP...
 #
-#   build    what the library, the demo's solver and the tests are built with
-#   python   the virtual environment build/venv: the co-simulation master, the plots
-#   checks   a second compiler, formatter, linter, memory checker
+#   build       what the library, the demo's solver and the tests are built with
+#   python      the virtual environment build/venv: the co-simulation master, the plots
+#   checks      a second compiler, formatter, linter
+#   benchmarks  what measures times
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -14,12 +15,13 @@ requirements=$root/demo/requirements.txt
 
 declare -A packages_of=(
     [build]="g++ cmake ninja-build pkg-config libxml2-dev libsimbody-dev libfmt-dev libgtest-dev \
-libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev nlohmann-json3-dev patchelf"
+libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev nlohmann-json3-dev patchelf valgrind"
     [python]="python3-venv"
-    [checks]="clang clang-format clang-tidy valgrind procps"
+    [checks]="clang clang-format clang-tidy procps"
+    [benchmarks]="libbenchmark-dev"
 )
 
-groups="build, python, checks"
+groups="build, python, checks, benchmarks"
 
 say() { printf 'set-up: %s\n' "$*"; }
 fail() {

@@ -1,0 +1,105 @@
+"""Runs the benchmark programs of a build and collects their figures."""
+
+import json
+import os
+import re
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+from collections.abc import Iterable, Iterator
+from contextlib import chdir
+from pathlib import Path
+
+import numpy as np
+
+import instructions
+
+ROOT = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "demo"))
+from master import Master, communication_points  # noqa: E402
+from pack import pack  # noqa: E402
+
+MODEL = ROOT / "demo/models/quarter_car"
+TIMING = ["--benchmark_min_time=0.002", "--benchmark_repetitions=40", "--benchmark_enable_random_interleaving=true"]
+
+RUNS = 15  # of the demo's model
+
+Times = dict[tuple[str, int], dict[str, float]]
+
+
+def output(*command: object) -> list[str]:
+    words = [str(word) for word in command]
+    return subprocess.run(words, check=True, stdout=subprocess.PIPE, text=True).stdout.splitlines()
+
+
+def times(build: Path) -> Times:
+    """Nanoseconds of the processor for every case, by side. Repetitions are short, and those of all cases are mixed; the
+    least disturbed one counts."""
+    results = build / "timing.json"
+    output(build / "benchmarks/timing", *TIMING, f"--benchmark_out={results}")
+    found: Times = {}
+    for run in json.loads(results.read_text())["benchmarks"]:
+        if run["run_type"] == "iteration":
+            what, side, size = run["run_name"].split("/")[:3]
+            sides = found.setdefault((what, int(size)), {})
+            sides[side] = min(sides.get(side, np.inf), run["cpu_time"])
+    return found
+
+
+def counts(build: Path) -> dict[tuple[str, int], dict[str, float]]:
+    return instructions.count(str(build / "benchmarks/counting"), "valgrind")
+
+
+def needed(library: str) -> list[str]:
+    """The libraries that come with a library, each behind those that it needs itself."""
+    paths = dict(re.findall(r"(\S+) => (\S+)", "\n".join(output("ldd", library))))
+    order: list[str] = []
+
+    def add(path: str) -> None:
+        for name in re.findall(r"NEEDED.*\[(.*)\]", "\n".join(output("readelf", "-d", path))):
+            if name in paths and paths[name] not in order and not name.startswith("libc.so"):
+                add(paths[name])
+                order.append(paths[name])
+
+    add(library)
+    return order
+
+
+def loading(build: Path) -> tuple[dict[str, float], float]:
+    """Nanoseconds to load an empty library, each that the FMU's needs, then the FMU's itself; and to look up the names
+    of all calls. The medians of 50 fresh processes."""
+    library = str(build / "libtessaro_fmu.so")
+    names = re.findall(r"^\s*(fmi2\w+);", (ROOT / "tessaro_fmu.map").read_text(), re.M)
+    files = [str(build / "benchmarks/empty.so"), *needed(library), library]
+    runs = [map(float, output(build / "benchmarks/loading", *files, "--", *names)) for _ in range(50)]
+    *loads, look_up = map(statistics.median, zip(*runs, strict=True))
+    return dict(zip((Path(file).name for file in files), loads, strict=True)), look_up
+
+
+def cosimulation(build: Path) -> dict[str, float]:
+    """Nanoseconds a step of the demo's model: its solver alone, through the FMU, in FMPy. Each step counts with the least
+    that it took in any run."""
+    os.environ["KORVAN_FMU_ROOT"] = str(build.resolve() / "installation")
+    program, library = (build / "benchmarks/cosimulation").resolve(), build.resolve() / "libtessaro_fmu.so"
+    with tempfile.TemporaryDirectory() as folder, chdir(folder):
+        shutil.copytree(MODEL, "unit/resources")
+        shutil.copy(MODEL / "modelDescription.xml", "unit")
+        fmu, solver = map(float, output(program, f"{folder}/unit", RUNS))
+        archive = Path(folder, "QuarterCar.fmu")
+        pack(MODEL, library, archive)
+        master = Master(archive, lambda status, text: None)
+        points = communication_points(4.0, 0.01)
+        least = np.full(len(points) - 1, np.inf)
+
+        def watched(steps: Iterable[int]) -> Iterator[int]:
+            for n in steps:
+                start = time.perf_counter_ns()
+                yield n
+                least[n] = min(least[n], time.perf_counter_ns() - start)
+
+        for _ in range(RUNS):
+            master.run({}, points, np.full(len(points), 0.05), watched)
+    return {"solver": solver, "fmu": fmu, "FMPy": least.mean()}
