@@ -36,8 +36,8 @@ def output(*command: object) -> list[str]:
 
 
 def times(build: Path) -> Times:
-    """Nanoseconds of the processor for every case, by side. Repetitions are short, and those of all cases are mixed; the
-    least disturbed one counts."""
+    """Nanoseconds of the processor for every case, by side. Repetitions are short, and those of all cases are mixed;
+    the least disturbed one counts."""
     results = build / "timing.json"
     output(build / "benchmarks/timing", *TIMING, f"--benchmark_out={results}")
     found: Times = {}
@@ -80,8 +80,8 @@ def loading(build: Path) -> tuple[dict[str, float], float]:
 
 
 def cosimulation(build: Path) -> dict[str, float]:
-    """Nanoseconds a step of the demo's model: its solver alone, through the FMU, in FMPy. Each step counts with the least
-    that it took in any run."""
+    """Nanoseconds a step of the demo's model: its solver alone, through the FMU, in FMPy. Each step counts with the
+    least that it took in any run."""
     os.environ["KORVAN_FMU_ROOT"] = str(build.resolve() / "installation")
     program, library = (build / "benchmarks/cosimulation").resolve(), build.resolve() / "libtessaro_fmu.so"
     with tempfile.TemporaryDirectory() as folder, chdir(folder):

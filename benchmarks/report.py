@@ -33,7 +33,7 @@ def nanoseconds(value: float) -> str:
 
 
 def verdict(figure: float, goal: float, kept: bool = False) -> str:
-    """Kept: the goal cannot be reached under a fixed rule, and what can be is shown beside it."""
+    """Kept: the goal is missed because of a fixed rule; beside a floor that heeds the rule it is met."""
     return "yes" if figure <= goal else "fixed rule" if kept else "no"
 
 
@@ -47,8 +47,9 @@ def count_rows(counts: dict) -> list[Row]:
     return rows
 
 
-def time_row(times: dict, what: str, size: int, goal: float, kept: bool = False) -> Row:
+def time_row(times: dict, what: str, size: int, goal: float) -> Row:
     fmu, floor, checked = (times[what, size].get(side) for side in ("fmu", "floor", "checked"))
+    kept = checked is not None and fmu <= 1.25 * checked
     text = f"{fmu / floor:.2f} (goal: {goal:g})" + (f"; {fmu / checked:.2f} of the checked loop" if checked else "")
     return f"{what}, {size:,}", nanoseconds(fmu), nanoseconds(floor), text, verdict(fmu / floor, goal, kept)
 
@@ -59,9 +60,8 @@ def time_rows(times: dict) -> list[Row]:
     rows = [("fmi2DoStep", nanoseconds(fmu), nanoseconds(floor), text, verdict(fmu - floor, 10))]
     for call in (f"fmi2{verb}{kind}" for kind in TYPES for verb in ("Get", "Set")):
         for size in (16, 1024, 100_000):
-            sides = times[call, size]
-            rows.append(time_row(times, call, size, 1.25, sides["fmu"] <= 1.25 * sides["checked"]))
-    rows += [time_row(times, "fmi2SetString", size, 1.5, True) for size in (1, 16, 1024, 100_000)]
+            rows.append(time_row(times, call, size, 1.25))
+    rows += [time_row(times, "fmi2SetString", size, 1.5) for size in (1, 16, 1024, 100_000)]
     rows += [time_row(times, "instantiate to free", size, 1.3) for size in (10, 1000, 100_000)]
     return [*rows, time_row(times, "value file", 100_000, 1.0)]
 
