@@ -1,5 +1,7 @@
 // The part of instantiation that the parameter files decide: counts, real values, ports.
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 #include "fmi/allocation.h"
 #include "fmi/fmu_callback2.h"
@@ -45,10 +47,13 @@ bool checkCounts(const FmuInstance* instance, const FmuParRecord& record, const 
 bool readNames(const FmuInstance* instance, const char* path) {
     MvParRecord read{};
     const int result = fread_mv_par(path, &read);
-    if (result == -1) return true;
+    const bool lacking = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
+    if (result == -1 && !lacking) return true;
     if (result != 0) {
         logSetupError(instance, "fmi2Instantiate: Unable to read parameter file [%s]: %s.", path,
-                      result == -2 ? "illegal number of names" : "out of memory");
+                      result == -1   ? std::strerror(errno)
+                      : result == -2 ? "illegal number of names"
+                                     : "out of memory");
         return false;
     }
     releaseNames(g_mv_par);

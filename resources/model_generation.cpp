@@ -7,10 +7,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "fmi/call_rules.h"
@@ -27,23 +30,24 @@ constexpr std::size_t longestFileName = 255;
 /// Where the translator may lie under the installation root, in the order tried.
 constexpr std::array translatorDirectories{"io/translators/bin", "pldesktop/io/translators/bin"};
 
-/// Works in another directory while it lives; without a path, in the one that the process is in. A directory that has
-/// been removed meanwhile cannot be returned to.
+/// Works in another directory while it lives; without a path, in the one that the process is in. The former one is kept
+/// as a descriptor: returning needs no memory, and succeeds when it was renamed or removed meanwhile.
 class WorkingDirectory {
 public:
     WorkingDirectory(const FmuInstance* instance, const char* path) : instance_(instance) {
         if (path == nullptr) return;
-        saved_.reset(getcwd(nullptr, 0));
-        entered_ = chdir(path) == 0;
+        saved_ = open(".", O_PATH | O_DIRECTORY | O_CLOEXEC);
+        entered_ = saved_ >= 0 && chdir(path) == 0;
         if (!entered_)
             logSetupError(instance, "fmi2EnterInitializationMode: Unable to change the working directory to [%s]: %s.",
                           path, std::strerror(errno));
     }
     ~WorkingDirectory() {
-        if (saved_ != nullptr && entered_ && chdir(saved_.get()) != 0)
-            logSetupError(instance_,
-                          "fmi2EnterInitializationMode: Unable to change the working directory back to [%s]: %s.",
-                          saved_.get(), std::strerror(errno));
+        if (saved_ < 0) return;
+        if (entered_ && fchdir(saved_) != 0)
+            logSetupError(instance_, "fmi2EnterInitializationMode: Unable to change the working directory back: %s.",
+                          std::strerror(errno));
+        close(saved_);
     }
     WorkingDirectory(const WorkingDirectory&) = delete;
     WorkingDirectory& operator=(const WorkingDirectory&) = delete;
@@ -52,7 +56,7 @@ public:
 
 private:
     const FmuInstance* instance_;
-    MallocText saved_;
+    int saved_ = -1;
     bool entered_ = true;
 };
 
@@ -60,12 +64,29 @@ struct ReleaseNamesAtEnd {
     ~ReleaseNamesAtEnd() { releaseNames(g_mv_par); }
 };
 
-bool canBeRead(const std::string& name) { return Stream(std::fopen(name.c_str(), "r")) != nullptr; }
+/// After a file could not be opened: throws when the process lacks the means to open any. A file that is there must not
+/// be taken for missing, and be replaced.
+void requireMeansToOpen(const char* name) {
+    if (errno == EMFILE || errno == ENFILE || errno == ENOMEM)
+        throw std::system_error(errno, std::generic_category(), name);
+}
+
+bool canBeRead(const std::string& name) {
+    const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file >= 0) return close(file) == 0;
+
+    requireMeansToOpen(name.c_str());
+    return false;
+}
 
 /// Some masters unpack only the resources and the library; then a copy among the resources serves.
 Stream openModelDescription() {
-    Stream description(std::fopen("../modelDescription.xml", "r"));
-    if (!description) description.reset(std::fopen("modelDescription.xml", "r"));
+    Stream description;
+    for (const char* name : {"../modelDescription.xml", "modelDescription.xml"}) {
+        description.reset(std::fopen(name, "r"));
+        if (description) break;
+        requireMeansToOpen(name);
+    }
     return description;
 }
 
@@ -175,13 +196,38 @@ bool writeValueFile(const FmuInstance* instance, const std::string& name) {
     return written;
 }
 
-/// Runs the translators in turn until the model file is there.
+/// Whether the shell takes the file name as one word and as it stands, and the translator does not take it for an
+/// option. Letters outside of ASCII are safe.
+bool isPlainWord(const std::string& name) {
+    return name.find_first_of(" \t\n|&;<>()$`\\\"'*?[]{}") == std::string::npos &&
+           std::strchr("-~#", name.front()) == nullptr;
+}
+
+/// The same for a text that stands in double quotes.
+bool isPlainInQuotes(const std::string& text) { return text.find_first_of("\"$`\\\n") == std::string::npos; }
+
+/// Runs the translators in turn until the model file is there. Nothing is run when the shell would read something else
+/// than the names.
 int translate(const FmuInstance* instance, const std::string& templateName, const std::string& valueName,
               const std::string& modelName) {
     const char* rootVariable = std::getenv("KORVAN_FMU_ROOT");
     if (rootVariable == nullptr) return -1;
 
     const std::string root = rootVariable;
+    if (!isPlainInQuotes(root)) {
+        logSetupError(instance,
+                      "fmi2EnterInitializationMode: Environment variable KORVAN_FMU_ROOT must not contain a double "
+                      "quote, dollar sign, backquote, backslash or line feed: [%s].",
+                      rootVariable);
+        return -1;
+    }
+    if (!isPlainWord(modelName)) {
+        logSetupError(instance,
+                      "fmi2EnterInitializationMode: modelName in modelDescription.xml cannot be given to fmu_batch, "
+                      "since it contains a blank or a character that the shell interprets, or begins with '-': [%s].",
+                      modelName.c_str());
+        return -1;
+    }
     for (const char* directory : translatorDirectories) {
         const std::string command =
             "\"" + root + "/" + directory + "/linux64/fmu_batch\" " + templateName + " " + valueName;
@@ -216,7 +262,10 @@ int generate(const FmuInstance* instance, const std::string& modelName) {
 }
 
 int generateInResources(const char* resourceLocation, const FmuInstance* instance) {
+    errno = 0;
     const MallocText path(convert_URI_to_path(resourceLocation));
+    if (path == nullptr && errno == ENOMEM) throw std::bad_alloc(); // or a location without a path is meant
+
     const WorkingDirectory directory(instance, path.get());
     if (!directory.entered()) return -1;
 
@@ -235,6 +284,9 @@ int fmu_generate_xml(const char* resourceLocation, FmuInstance* handle) {
     if (instance == nullptr) return -1;
     try {
         return generateInResources(resourceLocation, instance);
+    } catch (const std::system_error& error) {
+        logSetupError(instance, "fmi2EnterInitializationMode: Unable to read [%s].", error.what());
+        return -1;
     } catch (const std::exception&) { // only memory can be lacking
         logSetupError(instance, "fmi2EnterInitializationMode: Unable allocating memory.");
         return -1;

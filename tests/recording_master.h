@@ -8,15 +8,12 @@
 #include <gtest/gtest.h>
 
 #include "fmi/fmi2.h"
+#include "tests/fmu_files.h"
 #include "tests/scripted_solver.h"
-#include "tests/support.h"
 
 /// The master of the running test. What a script does not expect, a block never freed or not the master's, another
 /// working directory, a descriptor or the solver's library left open fail the test. Records (blocks of 280 bytes) are
 /// unreadable once freed, and the next record stands at the same address.
-///
-/// The FMU has two input ports (reals 0 and 1, real 2), two output ports (from real 3, two wide, and from real 9, three
-/// wide), 19 reals, two integers, two booleans, three strings; its path needs quoting and percent-encoding.
 ///
 /// A script is lines of commands, separated by " ; ", and after "=>" their results; no "=>" stands for success alone.
 /// A command is an exported function with its arguments behind the instance: arrays with commas, - for null, outputs
@@ -31,7 +28,7 @@
 ///   loaded FOLDER            whether the scripted library there is loaded
 /// $R, $L, $ROOT, $SOLVERS stand for the resources' path and location, the roots of the installation and of the
 /// scripted libraries; one ... in a result for anything.
-class Master : public testing::Test {
+class Master : public testing::Test, protected FmuFiles {
 protected:
     Master();
     ~Master() override { dlclose(library); }
@@ -46,10 +43,6 @@ protected:
         return *reinterpret_cast<Type*>(static_cast<char*>(c) + offset);
     }
 
-    const Folder folder;
-    const fs::path root = folder.path / "the root", resources = folder.path / "unit \xc3\xbc/resources";
-    const std::string location = "file://" + folder.path.string() + "/unit%20%C3%BC/resources";
-    std::vector<std::string> shape;
     SolverScript solver{};
     fmi2CallbackFunctions callbacks;
     fmi2Component c = nullptr, handle = nullptr; ///< the instance, and what calls are made with, also when it is gone
@@ -60,7 +53,6 @@ protected:
 
 private:
     std::string execute(const std::string& name, std::istringstream& words);
-    void makeFiles() const;
 
     static void log(void* environment, fmi2String name, fmi2Status status, fmi2String category, fmi2String format, ...);
     static void* allocate(std::size_t count, std::size_t size);
