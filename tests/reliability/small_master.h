@@ -37,7 +37,7 @@ void enterInstallation(const FmuFiles& files);
 /// Ends the program with a message when the condition does not hold.
 [[gnu::format(printf, 2, 3)]] void require(bool condition, const char* format, ...);
 
-/// The process's descriptors without the streams that stay open on purpose; its memory in KiB.
+/// The process's descriptors without the streams that stay open on purpose; its memory in KiB, what is free given back.
 std::size_t countDescriptors();
 std::size_t residentKiB();
 

@@ -1,0 +1,119 @@
+// Long and wide runs, with the process's memory before and after: long_runs STEPS CYCLES VARIABLES INSTANCES
+#include <cmath>
+#include <cstdio>
+#include <thread>
+
+#include "tests/reliability/small_master.h"
+
+using namespace small_master;
+
+namespace {
+
+fmi2Component instantiate(const FmuFiles& files) {
+    fmi2Component c = fmi2Instantiate("unit", fmi2CoSimulation, "{guid}", files.location.c_str(), &callbacks, 0, 1);
+    require(c != nullptr, "no instance");
+    return c;
+}
+
+fmi2Component initialize(const FmuFiles& files) {
+    fmi2Component c = instantiate(files);
+    require(fmi2SetupExperiment(c, 0, 0, 0, 0, 0) == fmi2OK, "no set-up");
+    require(fmi2EnterInitializationMode(c) == fmi2OK && fmi2ExitInitializationMode(c) == fmi2OK, "not initialized");
+    return c;
+}
+
+/// Inputs, a step, outputs; the scripted solver's first output is the time.
+void step(fmi2Component c, std::size_t number) {
+    const fmi2ValueReference inputs[] = {0, 1, 2}, output[] = {3};
+    const auto start = static_cast<double>(number);
+    const double values[] = {start, 1, 2};
+    double time = 0;
+    require(fmi2SetReal(c, inputs, 3, values) == fmi2OK && fmi2DoStep(c, start, 1, 1) == fmi2OK, "step %zu", number);
+    require(fmi2GetReal(c, output, 1, &time) == fmi2OK && time == start + 1, "outputs of step %zu", number);
+}
+
+void finish(fmi2Component c) {
+    require(fmi2Terminate(c) == fmi2OK, "not terminated");
+    fmi2FreeInstance(c);
+}
+
+/// Runs a part a little, so that what is allocated once is there, and then whole; prints what that adds to the memory.
+template <typename Part>
+void measure(const char* name, std::size_t little, std::size_t count, const Part& part) {
+    part(little);
+    const std::size_t nDescriptors = countDescriptors(), before = residentKiB();
+    const fs::path directory = fs::current_path();
+    part(count);
+    const auto grown = static_cast<long>(residentKiB() - before);
+    std::printf("%zu %s: %zu KiB before, %+ld KiB after\n", count, name, before, grown);
+    require(grown < 1024, "memory grows");
+    requireNothingLeft(nDescriptors, directory);
+}
+
+/// As many reals as are wanted, each with a name and a start value; the value file must hold all of them.
+void runWide(FmuFiles& files, std::size_t nVariables) {
+    const std::size_t nReals = 19 + nVariables;
+    std::string names = std::to_string(nReals) + "\n";
+    for (std::size_t i = 0; i < nReals; ++i) names += "body_" + std::to_string(i) + ".stiffness\n";
+    files.shape[5] = std::to_string(nReals);
+    files.makeFiles();
+    writeFile(files.resources / "mv.par", names + "0\n0\n0\n");
+    std::vector<fmi2ValueReference> references(nReals);
+    std::vector<double> values(nReals);
+    for (std::size_t i = 0; i < nReals; ++i)
+        references[i] = static_cast<fmi2ValueReference>(i), values[i] = 0.5 * static_cast<double>(i);
+    fmi2Component c = instantiate(files);
+    require(fmi2SetReal(c, references.data(), nReals, values.data()) == fmi2OK, "values not set");
+    require(fmi2EnterInitializationMode(c) == fmi2OK && fmi2ExitInitializationMode(c) == fmi2OK, "not initialized");
+    std::ifstream lines(files.resources / "Model.csv");
+    std::size_t n = 0;
+    for (std::string line; std::getline(lines, line); ++n)
+        require(line == textOf("body_%zu.stiffness, %.6f", n, values[n]), "value file: %s", line.c_str());
+    require(n == nReals, "the value file has %zu lines", n);
+    step(c, 0);
+    finish(c);
+}
+
+/// Instances that live together, each stepped on a thread of its own and with inputs of its own.
+void runTogether(const FmuFiles& files, std::size_t nSteps) {
+    std::vector<fmi2Component> instances;
+    for (int i = 0; i < 8; ++i) instances.push_back(initialize(files));
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < instances.size(); ++i)
+        threads.emplace_back([c = instances[i], i, nSteps] {
+            for (std::size_t n = 0; n < nSteps; ++n) step(c, 1000 * i + n);
+        });
+    for (std::thread& thread : threads) thread.join();
+    for (fmi2Component c : instances) finish(c);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    require(count == 5, "usage: long_runs STEPS CYCLES VARIABLES INSTANCES");
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    FmuFiles files;
+    enterInstallation(files);
+    const auto number = [arguments](int i) { return std::size_t{std::stoul(arguments[i])}; };
+
+    measure("instances one after the other, each with a translator's run", number(4) / 2, number(4),
+            [&files](std::size_t n) {
+                for (std::size_t i = 0; i < n; ++i) {
+                    fs::remove(files.resources / "Model.xml");
+                    fmi2Component c = initialize(files);
+                    step(c, i);
+                    finish(c);
+                }
+            });
+    measure("steps", 200, number(1), [&files](std::size_t n) {
+        fmi2Component c = initialize(files);
+        for (std::size_t i = 0; i < n; ++i) step(c, i);
+        finish(c);
+    });
+    measure("cycles from instantiation to release", 200, number(2), [&files](std::size_t n) {
+        for (std::size_t i = 0; i < n; ++i) finish(initialize(files));
+    });
+    measure("steps in each of eight instances at once, on eight threads", 200, number(1) / 100,
+            [&files](std::size_t n) { runTogether(files, n); });
+    measure("variables with names", number(3), number(3), [&files](std::size_t n) { runWide(files, n); });
+}
