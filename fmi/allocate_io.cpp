@@ -22,7 +22,7 @@ bool joinPath(const FmuInstance* instance, const char* folder, const char* name,
     return false;
 }
 
-/// False, with a message, for counts that no instance can have; the ports' offsets are not checked.
+/// False, with a message, for counts that no instance can have.
 bool checkCounts(const FmuInstance* instance, const FmuParRecord& record, const char* path) {
     const struct {
         const char* name;
@@ -108,21 +108,28 @@ bool allocateArrays(FmuInstance* instance) {
             instance->outputPortDots != nullptr && instance->outputPortDotDots != nullptr);
 }
 
-/// Points every port at its block of reals; the derivatives of an output port follow its values. Without reals the
-/// addresses stay null.
+/// Where `count` reals from `first` on stand; null when not all of them are there.
+double* blockOfReals(const FmuInstance* instance, std::int32_t first, std::int64_t count) {
+    const bool inside = first >= 0 && count >= 0 && first + count <= std::int64_t{instance->nReal};
+    return inside && instance->realValues != nullptr ? instance->realValues + first : nullptr;
+}
+
+/// Points every port at its block of reals; the derivatives of an output port follow its values. The addresses of a
+/// port that does not lie within the reals stay null, and initialization is refused.
 void placePorts(FmuInstance* instance, const FmuParRecord& record) {
-    double* reals = instance->realValues;
     for (std::uint32_t i = 0; i < instance->nInputPorts; ++i) {
-        instance->inputPortSize[i] = static_cast<std::uint32_t>(record.inputPortWidth[i]);
-        if (reals != nullptr) instance->inputPortValues[i] = reals + record.inputPortOffset[i];
+        const std::int32_t width = record.inputPortWidth[i];
+        instance->inputPortSize[i] = static_cast<std::uint32_t>(width);
+        instance->inputPortValues[i] = blockOfReals(instance, record.inputPortOffset[i], width);
     }
     for (std::uint32_t i = 0; i < instance->nOutputPorts; ++i) {
-        const std::ptrdiff_t width = record.outputPortWidth[i];
-        instance->outputPortSize[i] = static_cast<std::uint32_t>(record.outputPortWidth[i]);
-        if (reals == nullptr) continue;
-        instance->outputPortValues[i] = reals + record.outputPortOffset[i];
-        instance->outputPortDots[i] = instance->outputPortValues[i] + width;
-        instance->outputPortDotDots[i] = instance->outputPortValues[i] + 2 * width;
+        const std::int32_t width = record.outputPortWidth[i];
+        instance->outputPortSize[i] = static_cast<std::uint32_t>(width);
+        double* values = blockOfReals(instance, record.outputPortOffset[i], 3 * std::int64_t{width});
+        if (values == nullptr) continue;
+        instance->outputPortValues[i] = values;
+        instance->outputPortDots[i] = values + width;
+        instance->outputPortDotDots[i] = values + 2 * std::ptrdiff_t{width};
     }
 }
 

@@ -49,6 +49,24 @@ bool chooseResultFile(FmuInstance* instance) {
     return true;
 }
 
+/// False, with a message, when a port has no place among the reals: the solver would write elsewhere.
+bool checkPorts(const FmuInstance* instance, const char* kind, std::uint32_t count, const std::uint32_t* sizes,
+                double* const* values) {
+    for (std::uint32_t i = 0; i < count; ++i) {
+        if (sizes[i] == 0 || values[i] != nullptr) continue;
+        logSetupError(instance,
+                      "fmi2EnterInitializationMode: %s port %u of fmu2ts.par lies outside of the %u real variables.",
+                      kind, i, instance->nReal);
+        return false;
+    }
+    return true;
+}
+
+bool checkPorts(const FmuInstance* instance) {
+    return checkPorts(instance, "Input", instance->nInputPorts, instance->inputPortSize, instance->inputPortValues) &&
+           checkPorts(instance, "Output", instance->nOutputPorts, instance->outputPortSize, instance->outputPortValues);
+}
+
 } // namespace
 
 fmi2Status fmi2SetupExperiment(fmi2Component handle, fmi2Boolean toleranceDefined, fmi2Real tolerance,
@@ -76,6 +94,7 @@ fmi2Status fmi2EnterInitializationMode(fmi2Component handle) {
 
     traceCall(instance, rules::enterInitializationMode.name);
 
+    if (!checkPorts(instance)) return fmi2Error;
     if (fmu_generate_xml(g_fmu_resource_location, instance) != 0) return fmi2Error;
     zeroValues(instance);
     if (!chooseResultFile(instance)) return fmi2Error;

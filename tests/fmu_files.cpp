@@ -9,7 +9,6 @@ FmuFiles::FmuFiles() {
 }
 
 void FmuFiles::makeFiles() const {
-    const fs::path translator = root / "io/translators/bin/linux64/fmu_batch";
     fs::remove_all(root), fs::remove_all(resources.parent_path());
     std::string content, names;
     for (const std::string& line : shape) content += line + "\n";

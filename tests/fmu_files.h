@@ -16,7 +16,8 @@ struct FmuFiles {
     void makeFiles() const;
 
     const Folder folder;
-    const fs::path root = folder.path / "the root", resources = folder.path / "unit \xc3\xbc/resources";
-    const std::string location = "file://" + folder.path.string() + "/unit%20%C3%BC/resources";
+    const fs::path root = folder.path / "the root", resources = folder.path / "unit \xc3\xbc/resources",
+                   translator = root / "io/translators/bin/linux64/fmu_batch";
+    std::string location = "file://" + folder.path.string() + "/unit%20%C3%BC/resources";
     std::vector<std::string> shape; ///< the lines of fmu2ts.par
 };

@@ -8,9 +8,11 @@
 #include <numeric>
 #include <regex>
 #include <set>
+#include <thread>
 #include <utility>
 
 #include <sys/mman.h>
+#include <sys/resource.h>
 
 #include "fmi/fmu_callback2.h"
 
@@ -191,7 +193,9 @@ std::string Master::run(std::string line) {
         const fmi2Component before = c;
         const auto state = c != nullptr ? field<unsigned>(stateOffset) : 0;
         const auto* plant = c != nullptr ? field<void*>(32) : nullptr;
-        std::string result = execute(name, words);
+        std::string result;
+        const auto call = [&] { result = execute(name, words); };
+        onThreads ? std::thread(call).join() : call();
         if (live.count(c) == 0) c = nullptr;
         const bool called = before != nullptr && functions.count(name) != 0;
         if (called && c == nullptr) result += " released";
@@ -234,6 +238,16 @@ std::string Master::execute(const std::string& name, std::istringstream& words) 
     if (name == "write") writeFile(resources / word, rest);
     if (name == "remove") fs::remove_all(file);
     if (name == "show") return contentOf(file);
+    if (name == "link") fs::create_symlink(rest, resources / word);
+    if (name == "translator") writeFile(translator, "#!/bin/sh\n" + word + " " + rest + "\n");
+    if (name == "descriptors") {
+        const rlimit limit{number != 0 ? 1024U : 0U, 1024};
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    if (name == "model") {
+        writeFile(resources / "../modelDescription.xml", "modelName=\"" + file.substr(file.rfind('/') + 1) + "\"");
+        writeFile(file + ".mdl", "template");
+    }
     if (name == "env") setVariable(word.c_str(), rest);
     if (name == "getenv") return std::getenv(word.c_str()) != nullptr ? std::getenv(word.c_str()) : "-";
     if (name == "blocks") return blocks_;
@@ -248,8 +262,9 @@ std::string Master::execute(const std::string& name, std::istringstream& words) 
     if (name == "int") return std::to_string(field<int>(number));
     if (name == "real") return std::to_string(field<double>(number));
     if (name == "text") return field<char*>(number);
-    static const std::set<std::string> silent{"",       "shape",  "write", "remove", "env",
-                                              "forget", "solver", "state", "log"};
+    static const std::set<std::string> silent{"",           "shape",       "write", "remove", "env",
+                                              "forget",     "solver",      "state", "log",    "link",
+                                              "translator", "descriptors", "model"};
     if (silent.count(name) != 0) return "";
     if (name != "files") throw std::invalid_argument(name);
     std::set<std::string> files; // beside those that are there from the start

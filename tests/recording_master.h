@@ -26,6 +26,8 @@
 ///   state N, log INDEX FLAG, int, real, text OFFSET    fields of the record
 ///   blocks, forget           what was allocated since the instance was begun, or since forgotten
 ///   loaded FOLDER            whether the scripted library there is loaded
+///   model NAME               gives the model another name, and a template to it
+///   link FILE TARGET, translator COMMANDS, descriptors 0 (no further file can be opened) or 1
 /// $R, $L, $ROOT, $SOLVERS stand for the resources' path and location, the roots of the installation and of the
 /// scripted libraries; one ... in a result for anything.
 class Master : public testing::Test, protected FmuFiles {
@@ -47,6 +49,7 @@ protected:
     fmi2CallbackFunctions callbacks;
     fmi2Component c = nullptr, handle = nullptr; ///< the instance, and what calls are made with, also when it is gone
     void* library = dlopen(TESSARO_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    bool onThreads = false; ///< each call is made on a thread of its own
     fmi2Boolean logging = fmi2True;
     std::size_t nAllocations = 0, failFrom = 0, failTo = 0; ///< counted from 1; those fail
     std::map<void*, std::size_t> live;
