@@ -13,6 +13,7 @@
 
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include "fmi/fmu_callback2.h"
 
@@ -241,7 +242,9 @@ std::string Master::execute(const std::string& name, std::istringstream& words) 
     if (name == "link") fs::create_symlink(rest, resources / word);
     if (name == "translator") writeFile(translator, "#!/bin/sh\n" + word + " " + rest + "\n");
     if (name == "descriptors") {
-        const rlimit limit{number != 0 ? 1024U : 0U, 1024};
+        const int lowest = dup(STDIN_FILENO);
+        close(lowest);
+        const rlimit limit{static_cast<rlim_t>(lowest) + number, 1024};
         setrlimit(RLIMIT_NOFILE, &limit);
     }
     if (name == "model") {

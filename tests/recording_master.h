@@ -27,7 +27,7 @@
 ///   blocks, forget           what was allocated since the instance was begun, or since forgotten
 ///   loaded FOLDER            whether the scripted library there is loaded
 ///   model NAME               gives the model another name, and a template to it
-///   link FILE TARGET, translator COMMANDS, descriptors 0 (no further file can be opened) or 1
+///   link FILE TARGET, translator COMMANDS, descriptors N (so many more files can be opened)
 /// $R, $L, $ROOT, $SOLVERS stand for the resources' path and location, the roots of the installation and of the
 /// scripted libraries; one ... in a result for anything.
 class Master : public testing::Test, protected FmuFiles {
