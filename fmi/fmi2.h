@@ -84,9 +84,9 @@ TESSARO_EXPORT fmi2Status fmi2SetupExperiment(fmi2Component instance, fmi2Boolea
                                               fmi2Real startTime, fmi2Boolean stopTimeDefined, fmi2Real stopTime);
 
 /// Generates the solver's model file when there is none, sets all numeric values to 0 and starts the solver. States:
-/// instantiated. When the solver does not start the instance is released at once: fmi2Error, and every later call with
-/// the handle is refused without touching anything. Effects on the process: the working directory is another one while
-/// the translator runs.
+/// instantiated. Refused, with nothing done, when a port lies outside of the reals. When the solver does not start the
+/// instance is released at once: fmi2Error, and every later call with the handle is refused without touching anything.
+/// Effects on the process: the working directory is another one while the translator runs.
 TESSARO_EXPORT fmi2Status fmi2EnterInitializationMode(fmi2Component instance);
 
 /// States: initialization mode. The solver is not contacted.

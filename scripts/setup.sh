@@ -5,7 +5,7 @@
 #
 #   build       what the library, the demo's solver and the tests are built with
 #   python      the virtual environment build/venv: the co-simulation master, the plots
-#   checks      a second compiler, formatter, linter
+#   checks      a second compiler with its fuzzer, formatter, linter
 #   benchmarks  what measures times
 set -euo pipefail
 
@@ -17,7 +17,7 @@ declare -A packages_of=(
     [build]="g++ cmake ninja-build pkg-config libxml2-dev libsimbody-dev libfmt-dev libgtest-dev \
 libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev nlohmann-json3-dev patchelf valgrind"
     [python]="python3-venv"
-    [checks]="clang clang-format clang-tidy procps"
+    [checks]="clang clang-format clang-tidy libclang-rt-dev procps"
     [benchmarks]="libbenchmark-dev"
 )
 
