@@ -1,12 +1,18 @@
 // Loading the solver's interface library, and the messages that come back from it.
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
+
+#include <elf.h>
 
 #include "fmi/log.h"
 #include "plant/access_object.h"
 #include "util/dynamic_library.h"
 #include "util/environment.h"
+#include "util/owners.h"
 #include "util/paths.h"
 
 namespace {
@@ -26,6 +32,25 @@ std::string libraryPath(const char* directory) {
     return path;
 }
 
+/// Whether a library ends before its last segment does, as one that is still being copied. The dynamic loader would map
+/// it all the same, and the process end where it touches what is missing. What else is wrong with a file, the loader
+/// tells.
+bool isCutOff(const std::string& path) {
+    const Stream file(std::fopen(path.c_str(), "r"));
+    Elf64_Ehdr header{};
+    if (!file || std::fread(&header, sizeof header, 1, file.get()) != 1) return false;
+    if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_phentsize != sizeof(Elf64_Phdr)) return false;
+
+    std::vector<Elf64_Phdr> segments(header.e_phnum);
+    std::fseek(file.get(), static_cast<long>(header.e_phoff), SEEK_SET);
+    if (std::fread(segments.data(), sizeof(Elf64_Phdr), segments.size(), file.get()) != segments.size()) return false;
+    std::fseek(file.get(), 0, SEEK_END);
+    const auto size = static_cast<Elf64_Off>(std::ftell(file.get()));
+    return std::any_of(segments.begin(), segments.end(), [size](const Elf64_Phdr& segment) {
+        return segment.p_type == PT_LOAD && segment.p_offset + segment.p_filesz > size;
+    });
+}
+
 } // namespace
 
 bool TScicosAccessFnc2::LoadInterfaceDll(void* handle) {
@@ -36,7 +61,11 @@ bool TScicosAccessFnc2::LoadInterfaceDll(void* handle) {
             MessageHandler(handle, "\nError: Environment var NUSOL_DLL_DIR undefined\n", error);
             return false;
         }
-        library = NuPLDyLoadLibrary(libraryPath(directory.get()).c_str());
+        const std::string path = libraryPath(directory.get());
+        if (isCutOff(path))
+            MessageHandler(handle, ("\nError: The end of the file is missing: " + path + "\n").c_str(), error);
+        else
+            library = NuPLDyLoadLibrary(path.c_str());
     } catch (const std::bad_alloc&) { // told as a library that does not load
     }
 

@@ -239,6 +239,10 @@ std::string Master::execute(const std::string& name, std::istringstream& words) 
     if (name == "write") writeFile(resources / word, rest);
     if (name == "remove") fs::remove_all(file);
     if (name == "show") return contentOf(file);
+    if (name == "cut") {
+        fs::copy_file(SCRIPTED_SOLVERS "/all/tscicos.so", resources / "tscicos.so");
+        fs::resize_file(resources / "tscicos.so", number);
+    }
     if (name == "link") fs::create_symlink(rest, resources / word);
     if (name == "translator") writeFile(translator, "#!/bin/sh\n" + word + " " + rest + "\n");
     if (name == "descriptors") {
@@ -265,9 +269,9 @@ std::string Master::execute(const std::string& name, std::istringstream& words) 
     if (name == "int") return std::to_string(field<int>(number));
     if (name == "real") return std::to_string(field<double>(number));
     if (name == "text") return field<char*>(number);
-    static const std::set<std::string> silent{"",           "shape",       "write", "remove", "env",
-                                              "forget",     "solver",      "state", "log",    "link",
-                                              "translator", "descriptors", "model"};
+    static const std::set<std::string> silent{"",       "shape",      "write",       "remove", "env",
+                                              "forget", "solver",     "state",       "log",    "link",
+                                              "cut",    "translator", "descriptors", "model"};
     if (silent.count(name) != 0) return "";
     if (name != "files") throw std::invalid_argument(name);
     std::set<std::string> files; // beside those that are there from the start

@@ -26,6 +26,7 @@
 ///   state N, log INDEX FLAG, int, real, text OFFSET    fields of the record
 ///   blocks, forget           what was allocated since the instance was begun, or since forgotten
 ///   loaded FOLDER            whether the scripted library there is loaded
+///   cut BYTES                the scripted library's first bytes as tscicos.so in the resources
 ///   model NAME               gives the model another name, and a template to it
 ///   link FILE TARGET, translator COMMANDS, descriptors N (so many more files can be opened)
 /// $R, $L, $ROOT, $SOLVERS stand for the resources' path and location, the roots of the installation and of the

@@ -164,6 +164,7 @@ constexpr unsigned any = 4095, most = CallModel::getMask + 2, queried = 32 + 64 
 #define VALUES(type, own, any) \
     {"fmi2Get" #type, {CallModel::getMask, [](Slot& s) { get<fmi2##type>(s, fmi2Get##type, "fmi2Get" #type, s.model.own, any); }}}, \
     {"fmi2Set" #type, {CallModel::setMask, [](Slot& s) { set<fmi2##type>(s, fmi2Set##type, "fmi2Set" #type, s.model.own, any); }}}
+#define PLAIN(name, mask, due) {#name, {mask, [](Slot& s) { const int status = due; s.requireSame(name(s.handle), status); }}}
 #define STATUS(name, answered) {#name, {queried, [](Slot& s) { queryStatus(s, name, #name, answered); }}}
 // clang-format on
 
@@ -201,24 +202,9 @@ const std::map<std::string, Function> functions{
           const int due = s.model.setupExperiment(tolerated, tolerance, start, stop);
           s.requireSame(fmi2SetupExperiment(s.handle, tolerated, tolerance, start, stops, stop), due);
       }}},
-    {"fmi2EnterInitializationMode",
-     {2,
-      [](Slot& s) {
-          const int due = s.model.enterInitializationMode(folderLength);
-          s.requireSame(fmi2EnterInitializationMode(s.handle), due);
-      }}},
-    {"fmi2ExitInitializationMode",
-     {4,
-      [](Slot& s) {
-          const int due = s.model.exitInitializationMode();
-          s.requireSame(fmi2ExitInitializationMode(s.handle), due);
-      }}},
-    {"fmi2Terminate",
-     {184,
-      [](Slot& s) {
-          const int due = s.model.terminate();
-          s.requireSame(fmi2Terminate(s.handle), due);
-      }}},
+    PLAIN(fmi2EnterInitializationMode, 2, s.model.enterInitializationMode(folderLength)),
+    PLAIN(fmi2ExitInitializationMode, 4, s.model.exitInitializationMode()),
+    PLAIN(fmi2Terminate, 184, s.model.terminate()),
     {"fmi2Reset",
      {most,
       [](Slot& s) {
@@ -235,12 +221,7 @@ const std::map<std::string, Function> functions{
           const int flag = anyInteger(), due = s.model.doStep(time, size, flag);
           s.requireSame(fmi2DoStep(s.handle, time, size, flag), due);
       }}},
-    {"fmi2CancelStep",
-     {64,
-      [](Slot& s) {
-          const int due = s.model.cancelStep();
-          s.requireSame(fmi2CancelStep(s.handle), due);
-      }}},
+    PLAIN(fmi2CancelStep, 64, s.model.cancelStep()),
     {"fmi2SetRealInputDerivatives",
      {38,
       [](Slot& s) {
@@ -265,11 +246,46 @@ const std::map<std::string, Function> functions{
 };
 
 /// Gives the solver something to report or to throw, mostly nothing.
-void script() {
+void scriptSolver() {
     for (const std::size_t entry : {0U, 1U, 2U, 3U}) {
         solver.report[entry] = oneIn(30) ? 8 + static_cast<int>(below(9)) : 0;
         solver.raise[entry] = oneIn(60) ? static_cast<int>(below(4)) : 0;
     }
+}
+
+using Slots = std::vector<std::optional<Slot>>;
+
+void instantiate(const FmuFiles& files, Slots& slots, std::optional<Slot>& slot) {
+    current += "fmi2Instantiate";
+    const auto type = static_cast<fmi2Type>(below(4) != 0);
+    const int logging = oneIn(3) ? 0 : anyInteger();
+    const fmi2Component handle =
+        fmi2Instantiate("unit", type, "{guid}", files.location.c_str(), &callbacks, anyInteger(), logging);
+    require(handle != nullptr && heard.empty(), "%s: null, or a message", current.c_str());
+    for (auto& other : slots)
+        if (other && other->handle == handle) other.reset(); // released, and its address in use again
+    slot.emplace(Slot{handle, CallModel(type, logging)});
+}
+
+/// A function that the state allows, now and then another one; the end of a run is kept off a while.
+const std::pair<const std::string, Function>& anyFunction(const CallModel& model) {
+    const auto draw = [] { return std::next(functions.begin(), static_cast<std::ptrdiff_t>(below(functions.size()))); };
+    auto found = draw();
+    const auto unwanted = [&found, &model] {
+        const Function& function = found->second;
+        return (function.mask & model.state) == 0 ? !oneIn(200) : function.endsRun && model.state != 1024 && !oneIn(20);
+    };
+    while (unwanted()) found = draw();
+    return *found;
+}
+
+void callOnce(std::optional<Slot>& slot) {
+    const auto& [name, function] = anyFunction(slot->model);
+    current += name;
+    const bool wasAlive = slot->model.alive;
+    scriptSolver();
+    function.call(*slot);
+    if (wasAlive && !slot->model.alive && name == "fmi2FreeInstance") slot.reset(); // not called any more
 }
 
 } // namespace
@@ -288,41 +304,23 @@ int main(int count, char** arguments) {
     folderLength = files.location.size(), recording = true;
     const std::size_t nDescriptors = countDescriptors();
     const fs::path directory = fs::current_path();
-    std::vector<const std::pair<const std::string, Function>*> rows;
-    for (const auto& row : functions) rows.push_back(&row);
-    std::map<int, std::size_t> nByState;
-    std::vector<std::optional<Slot>> slots(3);
+    std::map<unsigned, std::size_t> nByState;
+    Slots slots(3);
     for (std::size_t n = 1; n <= nCalls; ++n) {
         auto& slot = slots[below(slots.size())];
+        current = "call " + std::to_string(n) + ", ";
         if (!slot || (!slot->model.alive && oneIn(20))) {
-            const auto type = static_cast<fmi2Type>(below(4) != 0);
-            const int logging = oneIn(3) ? 0 : anyInteger();
-            current = "call " + std::to_string(n) + ", fmi2Instantiate";
-            const fmi2Component handle =
-                fmi2Instantiate("unit", type, "{guid}", files.location.c_str(), &callbacks, anyInteger(), logging);
-            require(handle != nullptr && heard.empty(), "%s: null, or a message", current.c_str());
-            for (auto& other : slots)
-                if (other && other->handle == handle) other.reset(); // released, and its address in use again
-            slot.emplace(Slot{handle, CallModel(type, logging)});
-            continue;
+            instantiate(files, slots, slot);
+        } else {
+            ++nByState[slot->model.alive ? slot->model.state : 0];
+            callOnce(slot);
         }
-        const auto* row = rows[below(rows.size())];
-        while ((row->second.mask & slot->model.state) == 0
-                   ? !oneIn(200)
-                   : row->second.endsRun && slot->model.state != 1024 && !oneIn(20))
-            row = rows[below(rows.size())];
-        current = "call " + std::to_string(n) + ", " + row->first;
-        ++nByState[slot->model.alive ? static_cast<int>(slot->model.state) : 0];
-        const bool wasAlive = slot->model.alive;
-        script();
-        row->second.call(*slot);
-        if (wasAlive && !slot->model.alive && row->first == "fmi2FreeInstance") slot.reset();
     }
     solver = {solver.record, {}, {}};
     for (auto& slot : slots)
         if (slot && slot->model.alive) fmi2FreeInstance(slot->handle);
     requireNothingLeft(nDescriptors, directory);
     std::printf("agreed in all; calls by state (0: released):");
-    for (const auto& [state, nInState] : nByState) std::printf(" %d: %zu", state, nInState);
+    for (const auto& [state, nInState] : nByState) std::printf(" %u: %zu", state, nInState);
     std::printf("\n");
 }
