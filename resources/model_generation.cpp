@@ -11,21 +11,19 @@
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include "fmi/call_rules.h"
 #include "fmi/log.h"
+#include "resources/model_names.h"
 #include "resources/parameter_files.h"
 #include "resources/resource_location.h"
 #include "resources/value_text.h"
 #include "util/owners.h"
 
 namespace {
-
-constexpr std::size_t longestFileName = 255;
 
 /// Where the translator may lie under the installation root, in the order tried.
 constexpr std::array translatorDirectories{"io/translators/bin", "pldesktop/io/translators/bin"};
@@ -88,22 +86,6 @@ Stream openModelDescription() {
         requireMeansToOpen(name);
     }
     return description;
-}
-
-/// The model file's name, from the first line with the word "modelName"; empty when there is none.
-std::string modelFileName(Stream description) {
-    constexpr std::size_t toValue = 11; // over the word, the equals sign and the opening quote
-    std::array<char, 1024> line{};
-    const char* word = nullptr;
-    while (word == nullptr && std::fgets(line.data(), static_cast<int>(line.size()), description.get()) != nullptr)
-        word = std::strstr(line.data(), "modelName");
-    if (word == nullptr || std::strlen(word) < toValue) return {};
-
-    // Kept: the name ends at the line's last quote. Attributes that follow on the same line become part of it, and
-    // without a quote the rest of the line, line feed included, is the name.
-    const std::string text = word + toValue;
-    const std::size_t quote = text.rfind('"');
-    return quote == std::string::npos ? text : text.substr(0, quote) + ".xml";
 }
 
 /// Writes the lines of the variables that were set.
@@ -196,16 +178,6 @@ bool writeValueFile(const FmuInstance* instance, const std::string& name) {
     return written;
 }
 
-/// Whether the shell takes the file name as one word and as it stands, and the translator does not take it for an
-/// option. Letters outside of ASCII are safe.
-bool isPlainWord(const std::string& name) {
-    return name.find_first_of(" \t\n|&;<>()$`\\\"'*?[]{}") == std::string::npos &&
-           std::strchr("-~#", name.front()) == nullptr;
-}
-
-/// The same for a text that stands in double quotes.
-bool isPlainInQuotes(const std::string& text) { return text.find_first_of("\"$`\\\n") == std::string::npos; }
-
 /// Runs the translators in turn until the model file is there. Nothing is run when the shell would read something else
 /// than the names.
 int translate(const FmuInstance* instance, const std::string& templateName, const std::string& valueName,
@@ -217,7 +189,7 @@ int translate(const FmuInstance* instance, const std::string& templateName, cons
     if (!isPlainInQuotes(root)) {
         logSetupError(instance,
                       "fmi2EnterInitializationMode: Environment variable KORVAN_FMU_ROOT must not contain a double "
-                      "quote, dollar sign, backquote, backslash or line feed: [%s].",
+                      "quote, dollar sign, backquote, double backslash or line feed: [%s].",
                       rootVariable);
         return -1;
     }
@@ -246,7 +218,7 @@ int generate(const FmuInstance* instance, const std::string& modelName) {
 
     const std::size_t extension = modelName.find(".xml");
     if (extension == std::string::npos) return -1;
-    if (modelName.size() > longestFileName) {
+    if (modelName.size() > longestModelFileName) {
         logSetupError(instance, "fmi2EnterInitializationMode: modelName in modelDescription.xml is too long: [%s].",
                       modelName.c_str());
         return -1;
@@ -269,11 +241,11 @@ int generateInResources(const char* resourceLocation, const FmuInstance* instanc
     const WorkingDirectory directory(instance, path.get());
     if (!directory.entered()) return -1;
 
-    Stream description = openModelDescription();
+    const Stream description = openModelDescription();
     if (!description) return -1; // Kept: the name lists are not released here.
 
     const ReleaseNamesAtEnd release;
-    const std::string modelName = modelFileName(std::move(description));
+    const std::string modelName = modelFileName(description.get());
     return generate(instance, modelName);
 }
 

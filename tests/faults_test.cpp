@@ -65,9 +65,10 @@ TEST_F(FileFaults, AModelsNameReachesTheTranslatorAsItStandsOrNothingIsRun) {
 
 TEST_F(FileFaults, FoldersOfAnyNameWorkUnlessTheShellWouldReadAnother) {
     for (const std::string name : {"a b", "it's", "100%", "%s%n", "\xc3\xa4", "(a)&;|<>*?", "~", "#", "-a", "!", "a\"b",
-                                   "$HOME", "$(touch evil)", "`touch evil`", "a\\b", "a\nb"}) {
+                                   "$HOME", "$(touch evil)", "`touch evil`", "a\\b", "a\\\\b", "a\nb"}) {
         SCOPED_TRACE(name);
-        const bool refused = name.find_first_of("\"$`\\\n") != std::string::npos;
+        const bool refused =
+            name.find_first_of("\"$`\n") != std::string::npos || name.find("\\\\") != std::string::npos;
         setenv("NUSOL_DLL_DIR", SCRIPTED_SOLVERS "/all", 1);
         run("new");
         const fs::path installation = folder.path / ("root " + name), fmu = folder.path / ("fmu " + name);
@@ -80,7 +81,7 @@ TEST_F(FileFaults, FoldersOfAnyNameWorkUnlessTheShellWouldReadAnother) {
         EXPECT_EQ(result.starts_with("ok ->4 +plant"), !refused) << result;
         EXPECT_EQ(result.starts_with("error | 3 error fmi2EnterInitializationMode: Environment variable "
                                      "KORVAN_FMU_ROOT must not contain a double quote, dollar sign, backquote, "
-                                     "backslash or line feed: ["),
+                                     "double backslash or line feed: ["),
                   refused)
             << result;
         EXPECT_FALSE(fs::exists(fmu / "resources/evil"));

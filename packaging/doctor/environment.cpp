@@ -10,15 +10,13 @@
 #include <fmt/format.h>
 
 #include "fmi/installation.h"
+#include "resources/model_names.h"
 
 namespace packaging {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// What a shell still understands between double quotes.
-constexpr std::string_view unquotable = "\"$`\\";
 
 constexpr std::string_view absoluteWanted = "Set it to an absolute path.";
 
@@ -77,11 +75,10 @@ bool examineRoot(const char* root, const Installation& installation, Findings& f
                        "The library is looked for from the master's working directory, the translator from the FMU's "
                        "resources: there is no directory in which both are found.",
                        std::string(absoluteWanted));
-    if (std::string_view(root).find_first_of(unquotable) != std::string_view::npos)
+    if (!isPlainInQuotes(root))
         findings.error("root-characters", {},
-                       fmt::format("KORVAN_FMU_ROOT has one of the characters {} in it: \"{}\".", "\" $ ` \\", root),
-                       "The translator is started by a shell, with this path between double quotes: the shell changes "
-                       "it or fails.",
+                       fmt::format("KORVAN_FMU_ROOT has one of {} in it: \"{}\".", "\" $ ` \\\\", root),
+                       "The translator is started by a shell that would read another path: initialization fails.",
                        "Write the path with slashes, or move the installation, or set a link to it.");
     return true;
 }

@@ -1,13 +1,12 @@
 #include "packaging/doctor/fmu_files.h"
 
-#include <fstream>
-#include <string_view>
 #include <system_error>
 
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "resources/model_names.h"
 #include "resources/resource_location.h"
 #include "util/owners.h"
 
@@ -29,18 +28,12 @@ bool isWritable(const fs::path& path) {
     return faccessat(AT_FDCWD, path.c_str(), mode, AT_EACCESS) == 0;
 }
 
-/// The model's name as the library takes it: from the first line with the word to the line's last quote.
+/// The model file's name without its extension, as the library takes it from the model description; or empty.
 std::string modelNameIn(const fs::path& description) {
-    constexpr std::size_t toValue = 11; // over the word, the equals sign and the opening quote
-    std::ifstream file(description);
-    for (std::string line; std::getline(file, line);) {
-        const std::size_t word = line.find("modelName");
-        if (word == std::string::npos) continue;
-        const std::string text = line.substr(std::min(word + toValue, line.size()));
-        const std::size_t quote = text.rfind('"');
-        return quote == std::string::npos ? "" : text.substr(0, quote);
-    }
-    return "";
+    const Stream stream(std::fopen(description.c_str(), "r"));
+    const std::string name = stream ? modelFileName(stream.get()) : "";
+    const std::size_t extension = name.find(".xml");
+    return extension == std::string::npos ? "" : name.substr(0, extension);
 }
 
 void examineName(FmuFiles& files, Findings& findings) {
@@ -65,13 +58,12 @@ void examineName(FmuFiles& files, Findings& findings) {
     files.modelName.clear();
 }
 
-/// The library puts the names of template and value file into a shell's command line as they are.
 void examineCommandLine(const FmuFiles& files, Findings& findings) {
-    if (files.modelName.find_first_of(" \t'\\$`&|;<>()*?[]{}#~!") != std::string::npos)
+    if (!isPlainWord(files.modelName))
         findings.error("model-name", {"modelDescription.xml"},
-                       fmt::format("The model's name \"{}\" has characters that a shell changes.", files.modelName),
-                       "The translator gets other file names and makes no model file: initialization fails.",
-                       "Let modelName consist of letters, digits and . _ - only.");
+                       fmt::format("A shell would change the model's name \"{}\".", files.modelName),
+                       "The library doesn't run the translator with it: initialization fails.",
+                       "Let modelName consist of letters, digits, . _ and -, the last not at its start.");
 }
 
 void examineModel(FmuFiles& files, Findings& findings) {
