@@ -3,6 +3,7 @@
 #
 #   tessaro_fmu::tessaro_fmu        the library, with the headers of its exported functions
 #   tessaro_fmu::access_interface   the header that a solver's interface library is written against, without the library
+#   tessaro_fmu::tessaro-fmu        the program, for custom commands that make FMUs
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
