@@ -43,7 +43,7 @@ fmi2Status fmi2GetRealOutputDerivatives(fmi2Component handle, const fmi2ValueRef
                                         const fmi2Integer order[], fmi2Real value[]) {
     FmuInstance* instance = instanceOf(handle);
     if (instance == nullptr) return fmi2Error;
-    if (nvr == 0) return fmi2OK;
+    if (nvr == 0) return fmi2OK; // there is no first element to ask for; the plant is not looked at
     if (nullPointer(instance, outputDerivativesName, "vr[]", vr)) return fmi2Error;
     if (nullPointer(instance, outputDerivativesName, "order[]", order)) return fmi2Error;
     if (nullPointer(instance, outputDerivativesName, "value[]", value)) return fmi2Error;

@@ -28,24 +28,29 @@ namespace {
 /// Where the translator may lie under the installation root, in the order tried.
 constexpr std::array translatorDirectories{"io/translators/bin", "pldesktop/io/translators/bin"};
 
+/// Whether the process lacks the means to open any file.
+bool lacksMeansToOpen() { return errno == EMFILE || errno == ENFILE || errno == ENOMEM; }
+
 /// Works in another directory while it lives; without a path, in the one that the process is in. The former one is kept
-/// as a descriptor: returning needs no memory, and succeeds when it was renamed or removed meanwhile.
+/// as a descriptor: returning needs no memory, and succeeds when it was renamed or removed meanwhile. One that may not
+/// be entered again is left all the same.
 class WorkingDirectory {
 public:
     WorkingDirectory(const FmuInstance* instance, const char* path) : instance_(instance) {
         if (path == nullptr) return;
         saved_ = open(".", O_PATH | O_DIRECTORY | O_CLOEXEC);
-        entered_ = saved_ >= 0 && chdir(path) == 0;
+        if (saved_ < 0) failure_ = errno;
+        entered_ = (saved_ >= 0 || !lacksMeansToOpen()) && chdir(path) == 0;
         if (!entered_)
             logSetupError(instance, "fmi2EnterInitializationMode: Unable to change the working directory to [%s]: %s.",
                           path, std::strerror(errno));
     }
     ~WorkingDirectory() {
-        if (saved_ < 0) return;
-        if (entered_ && fchdir(saved_) != 0)
+        if (saved_ >= 0 && entered_ && fchdir(saved_) != 0) failure_ = errno;
+        if (saved_ >= 0) close(saved_);
+        if (entered_ && failure_ != 0)
             logSetupError(instance_, "fmi2EnterInitializationMode: Unable to change the working directory back: %s.",
-                          std::strerror(errno));
-        close(saved_);
+                          std::strerror(failure_));
     }
     WorkingDirectory(const WorkingDirectory&) = delete;
     WorkingDirectory& operator=(const WorkingDirectory&) = delete;
@@ -55,6 +60,7 @@ public:
 private:
     const FmuInstance* instance_;
     int saved_ = -1;
+    int failure_ = 0; ///< why there is no way back; 0 when there is one
     bool entered_ = true;
 };
 
@@ -65,8 +71,7 @@ struct ReleaseNamesAtEnd {
 /// After a file could not be opened: throws when the process lacks the means to open any. A file that is there must not
 /// be taken for missing, and be replaced.
 void requireMeansToOpen(const char* name) {
-    if (errno == EMFILE || errno == ENFILE || errno == ENOMEM)
-        throw std::system_error(errno, std::generic_category(), name);
+    if (lacksMeansToOpen()) throw std::system_error(errno, std::generic_category(), name);
 }
 
 bool canBeRead(const std::string& name) {
@@ -122,7 +127,7 @@ public:
     }
 
 private:
-    /// In pieces: a formatted print takes several times as long.
+    /// In pieces, which takes less time than a formatted print.
     void writeLine(const char* name, std::string_view value) const {
         std::fputs(name, stream_);
         std::fputs(", ", stream_);
@@ -241,11 +246,12 @@ int generateInResources(const char* resourceLocation, const FmuInstance* instanc
     const WorkingDirectory directory(instance, path.get());
     if (!directory.entered()) return -1;
 
-    const Stream description = openModelDescription();
+    Stream description = openModelDescription();
     if (!description) return -1; // Kept: the name lists are not released here.
 
     const ReleaseNamesAtEnd release;
     const std::string modelName = modelFileName(description.get());
+    description.reset();
     return generate(instance, modelName);
 }
 

@@ -19,11 +19,15 @@ std::string modelFileName(std::FILE* description) {
 }
 
 bool isPlainWord(std::string_view name) {
-    return name.find_first_of(" \t\n|&;<>()$`\\\"'*?[]{}") == std::string_view::npos &&
+    const auto has = [name](std::string_view text) { return name.find(text) != std::string_view::npos; };
+    const bool isPattern = (has("[") && has("]")) || (has("{") && (has(",") || has("..")));
+    return name.find_first_of(" \t\n|&;<>()$`\\\"'*?") == std::string_view::npos && !isPattern &&
            (name.empty() || std::strchr("-~#", name.front()) == nullptr);
 }
 
 bool isPlainInQuotes(std::string_view text) {
-    // A single backslash stands for itself there.
-    return text.find_first_of("\"$`\n") == std::string_view::npos && text.find("\\\\") == std::string_view::npos;
+    // A backslash or dollar sign stands for itself there, unless it finds something to act on.
+    for (std::size_t i = 0; i + 1 < text.size(); ++i)
+        if ((text[i] == '\\' && text[i + 1] == '\\') || (text[i] == '$' && text[i + 1] != '/')) return false;
+    return text.find_first_of("\"`\n") == std::string_view::npos;
 }

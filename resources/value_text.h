@@ -8,8 +8,8 @@
 /// Room for every value: a sign, 309 digits, a full stop, six decimals.
 using ValueText = std::array<char, 317>;
 
-/// The value in fixed notation with six decimals, as "%f" writes it in the "C" locale, in whatever locale the process
-/// is. The text stands in `room`, without a zero behind it.
+/// The value in fixed notation with six decimals, as "%f" writes it in the "C" locale, in whatever locale and rounding
+/// mode the process is (rounded to nearest). The text stands in `room`, without a zero behind it.
 inline std::string_view writeValue(double value, ValueText& room) {
     constexpr int decimals = 6;
     const auto end =

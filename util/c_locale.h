@@ -1,5 +1,5 @@
 // Numbers in files are written with a full stop, whatever the master has chosen for its own texts. This header is for
-// code that hands such numbers to the C library (strtod, fprintf); it is no general switch of languages.
+// code that hands such numbers to the C library (strtod); it is no general switch of languages.
 #pragma once
 
 #include <locale.h>
