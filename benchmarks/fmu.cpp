@@ -58,8 +58,7 @@ Calls::Calls(const Library& library)
       doStep(library["fmi2DoStep"]), getReal(library["fmi2GetReal"]), setReal(library["fmi2SetReal"]),
       getInteger(library["fmi2GetInteger"]), setInteger(library["fmi2SetInteger"]),
       getBoolean(library["fmi2GetBoolean"]), setBoolean(library["fmi2SetBoolean"]), getString(library["fmi2GetString"]),
-      setString(library["fmi2SetString"]), getRealOutputDerivatives(library["fmi2GetRealOutputDerivatives"]),
-      generateModelFile(library["fmu_generate_xml"]) {}
+      setString(library["fmi2SetString"]), generateModelFile(library["fmu_generate_xml"]) {}
 
 const Calls& fmu() {
     static const Calls calls{Library(TESSARO_LIBRARY)};
@@ -89,5 +88,7 @@ void Model::release() {
 ShapedModel::ShapedModel(const Shape& shape) : Model(Folder::path) {
     writeFiles(Folder::path, shape);
     setenv("KORVAN_FMU_ROOT", Folder::path.c_str(), 1);
-    for (const char* name : {"NUSOL_DLL_DIR", "KELDEX_PATH"}) setenv(name, NO_OP_SOLVER, 1);
+    const fs::path solver = Folder::path / "solver"; // a path of the same length wherever the build lies
+    fs::create_directory_symlink(NO_OP_SOLVER, solver);
+    for (const char* name : {"NUSOL_DLL_DIR", "KELDEX_PATH"}) setenv(name, solver.c_str(), 1);
 }

@@ -49,7 +49,6 @@ struct Calls {
     decltype(&fmi2SetBoolean) setBoolean;
     decltype(&fmi2GetString) getString;
     decltype(&fmi2SetString) setString;
-    decltype(&fmi2GetRealOutputDerivatives) getRealOutputDerivatives;
     int (*generateModelFile)(const char* resourceLocation, fmi2Component instance);
 };
 

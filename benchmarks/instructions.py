@@ -72,7 +72,12 @@ def main() -> int:
     if recording:
         record(file, counts)
         return 0
-    found = complaints(counts, read(file))
+    kept = read(file)
+    for (what, size), before in kept.items():
+        now = counts.get((what, size), {}).get("fmu", before)
+        if now * GROWTH < before:
+            print(f"{what}, size {size}: fell from {before:g} to {now:g} instructions; record that")
+    found = complaints(counts, kept)
     print(*found, sep="\n")
     if found:
         print("To record new counts: cmake --build --preset release --target record_instructions")

@@ -20,9 +20,8 @@ import instructions
 ROOT = Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "demo"))
 from master import Master, communication_points  # noqa: E402
-from pack import pack  # noqa: E402
 
-MODEL = ROOT / "demo/models/quarter_car"
+DESCRIPTION = ROOT / "demo/models/quarter_car/quarter_car.toml"
 TIMING = ["--benchmark_min_time=0.002", "--benchmark_repetitions=40", "--benchmark_enable_random_interleaving=true"]
 
 RUNS = 15  # of the demo's model
@@ -83,13 +82,13 @@ def cosimulation(build: Path) -> dict[str, float]:
     """Nanoseconds a step of the demo's model: its solver alone, through the FMU, in FMPy. Each step counts with the
     least that it took in any run."""
     os.environ["KORVAN_FMU_ROOT"] = str(build.resolve() / "installation")
-    program, library = (build / "benchmarks/cosimulation").resolve(), build.resolve() / "libtessaro_fmu.so"
+    files = ("benchmarks/cosimulation", "tessaro-fmu", "libtessaro_fmu.so")
+    program, packer, library = (build.resolve() / file for file in files)
     with tempfile.TemporaryDirectory() as folder, chdir(folder):
-        shutil.copytree(MODEL, "unit/resources")
-        shutil.copy(MODEL / "modelDescription.xml", "unit")
-        fmu, solver = map(float, output(program, f"{folder}/unit", RUNS))
         archive = Path(folder, "QuarterCar.fmu")
-        pack(MODEL, library, archive)
+        output(packer, "pack", DESCRIPTION, "--library", library, "--output", archive)
+        shutil.unpack_archive(archive, "unit", "zip")
+        fmu, solver = map(float, output(program, f"{folder}/unit", RUNS))
         master = Master(archive, lambda status, text: None)
         points = communication_points(4.0, 0.01)
         least = np.full(len(points) - 1, np.inf)

@@ -32,9 +32,9 @@ def nanoseconds(value: float) -> str:
     return f"{value:.3g} ns"
 
 
-def verdict(figure: float, goal: float, kept: bool = False) -> str:
-    """Kept: the goal is missed because of a fixed rule; beside a floor that heeds the rule it is met."""
-    return "yes" if figure <= goal else "fixed rule" if kept else "no"
+def verdict(figure: float, goal: float, checked: bool = False) -> str:
+    """Checked: whether the call keeps within its bound beside the floor that makes the calls' fixed checks, too."""
+    return "yes" if figure <= goal else "beside the checked loop" if checked else "no"
 
 
 def count_rows(counts: dict) -> list[Row]:

@@ -1,4 +1,6 @@
 // The times of all cases, with Google Benchmark: its options, names such as "fmi2GetReal/fmu/1024".
+#include <algorithm>
+
 #include <malloc.h>
 
 #include <benchmark/benchmark.h>
