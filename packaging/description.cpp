@@ -6,6 +6,7 @@
 
 #include "packaging/description_rules.h"
 #include "packaging/text_forms.h"
+#include "packaging/toml_file.h"
 #include "packaging/toml_section.h"
 
 namespace packaging {
@@ -61,7 +62,9 @@ private:
             std::error_code ignored;
             const bool isThere = key == std::string("documentation") ? fs::is_directory(path, ignored)
                                                                      : fs::is_regular_file(path, ignored);
-            if (!isThere) mistakes_.add(section.line(key), "{}: there is no {}.", key, path.string());
+            if (!isThere)
+                mistakes_.add(section.line(key), "{}: there is no {} {}.", key,
+                              key == std::string("documentation") ? "folder" : "regular file", path.string());
             return path;
         };
         for (const std::string& name : section.texts("resources"))
@@ -82,6 +85,10 @@ private:
     }
 
     void readUnits(Section& section) {
+        constexpr std::size_t most = 10'000;
+        if (section.table().size() > most)
+            fail("there is a mistake:\n{}:{}: There are more than {} units.", made_.file.string(), section.line(),
+                 most);
         for (const auto& [key, node] : section.table())
             section.inTable(key.str(),
                             [this, name = std::string(key.str())](Section& one) { made_.units[name] = readUnit(one); });
@@ -179,18 +186,12 @@ private:
 } // namespace
 
 Description readDescription(const fs::path& file) {
-    std::error_code ignored;
-    if (!fs::is_regular_file(file, ignored)) fail("There is no file {}.", file.string());
+    const toml::table root = readToml(file);
     Mistakes mistakes;
-    try {
-        const toml::table root = toml::parse_file(file.string());
-        Description description = DescriptionReader(file, mistakes).read(root);
-        checkVariables(description, mistakes);
-        mistakes.throwIfAny(file);
-        return description;
-    } catch (const toml::parse_error& error) {
-        fail("the file is no TOML:\n{}:{}: {}.", file.string(), error.source().begin.line, error.description());
-    }
+    Description description = DescriptionReader(file, mistakes).read(root);
+    checkVariables(description, mistakes);
+    mistakes.throwIfAny(file);
+    return description;
 }
 
 } // namespace packaging

@@ -1,6 +1,7 @@
 #include "packaging/files.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -12,9 +13,12 @@
 namespace packaging {
 
 std::string contentOf(const std::filesystem::path& file) {
+    constexpr std::uintmax_t largest = 4ULL << 30;
+    const std::uintmax_t size = std::filesystem::file_size(file);
+    if (size > largest) fail("{} is larger than {} GiB.", file.string(), largest >> 30);
     std::ifstream stream(file, std::ios::binary);
     std::ostringstream content;
-    if (std::filesystem::file_size(file) > 0) content << stream.rdbuf();
+    if (size > 0) content << stream.rdbuf();
     if (!stream || !content) fail("{} can't be read.", file.string());
     return std::move(content).str();
 }

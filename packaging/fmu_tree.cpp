@@ -1,8 +1,10 @@
 #include "packaging/fmu_tree.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <set>
 #include <string>
@@ -10,6 +12,7 @@
 
 #include <zip.h>
 
+#include "packaging/check/report.h"
 #include "packaging/user_error.h"
 
 namespace packaging {
@@ -17,6 +20,8 @@ namespace packaging {
 namespace {
 
 namespace fs = std::filesystem;
+using checking::inQuotes;
+using checking::Report;
 
 using Archive = std::unique_ptr<zip_t, decltype([](zip_t* archive) { zip_discard(archive); })>;
 using ArchivedFile = std::unique_ptr<zip_file_t, decltype([](zip_file_t* file) { zip_fclose(file); })>;
@@ -46,20 +51,41 @@ fs::path makeTemporaryFolder() {
     return name;
 }
 
+/// So much may come out of an archive of any size.
+constexpr std::uint64_t harmless = 64U << 20U;
+
+/// Parts of a name.
+constexpr std::ptrdiff_t deepest = 32;
+
+std::uint64_t mostBytes(const fs::path& archive, const UnpackingLimits& limits) {
+    return std::min(limits.bytes, harmless + limits.ratio * fs::file_size(archive));
+}
+
 /// Takes an archive apart entry by entry.
 class Unpacking {
 public:
-    Unpacking(zip_t* archive, fs::path target, Findings& findings, const UnpackingLimits& limits)
-        : archive_(archive), target_(std::move(target)), findings_(findings), limits_(limits) {}
+    Unpacking(zip_t* archive, fs::path target, Report& report, std::uint64_t files, std::uint64_t bytes)
+        : archive_(archive), target_(std::move(target)), report_(report), files_(files), bytes_(bytes) {}
 
     void unpack() {
-        const zip_int64_t entries = zip_get_num_entries(archive_, 0);
-        if (static_cast<std::uint64_t>(entries) > limits_.files)
-            fail("The archive holds {} files; {} are unpacked at most.", entries, limits_.files);
-        for (zip_int64_t i = 0; i < entries; ++i) unpack(static_cast<zip_uint64_t>(i));
+        const auto entries = static_cast<std::uint64_t>(zip_get_num_entries(archive_, 0));
+        std::uint64_t bytes = 0;
+        for (std::uint64_t i = 0; i < entries; ++i) {
+            const std::uint64_t size = statedSize(i);
+            if (size > bytes_ - bytes)
+                fail("The archive unpacks to too much: for its size, {} bytes are the most.", bytes_);
+            bytes += size;
+        }
+        for (std::uint64_t i = 0; i < entries; ++i) unpack(i);
     }
 
 private:
+    std::uint64_t statedSize(zip_uint64_t index) const {
+        zip_stat_t stated;
+        return zip_stat_index(archive_, index, 0, &stated) == 0 && (stated.valid & ZIP_STAT_SIZE) != 0 ? stated.size
+                                                                                                       : 0;
+    }
+
     void unpack(zip_uint64_t index) {
         const char* raw = zip_get_name(archive_, index, ZIP_FL_ENC_GUESS);
         const std::string name = raw != nullptr ? raw : "";
@@ -71,16 +97,14 @@ private:
             fs::create_directories(path, failure);
         } else {
             fs::create_directories(path.parent_path(), failure);
-            if (!failure) write(index, name, path);
+            if (!failure) write(index, inQuotes(name), path);
         }
-        if (failure) fail("{} can't be unpacked: {}.", name, failure.message());
+        if (failure) fail("{} can't be unpacked: {}.", inQuotes(name), failure.message());
     }
 
     bool isAcceptable(zip_uint64_t index, const std::string& name) {
         const auto leaveOut = [&](std::string_view reason) {
-            findings_.error("archive-entry", {}, fmt::format("The archive's entry \"{}\" {}.", name, reason),
-                            "Masters refuse such an archive, or unpack it to places that nobody expects.",
-                            "Pack the FMU again, with plain relative names and forward slashes.");
+            report_.add("archive-entry", {}, "The archive's entry {} {}.", inQuotes(name), reason);
             return false;
         };
         if (name.empty()) return leaveOut("has no name");
@@ -89,8 +113,13 @@ private:
         if (path.is_absolute()) return leaveOut("has an absolute path");
         for (const fs::path& part : path)
             if (part == "..") return leaveOut("leads out of the FMU's folder");
+        if (std::distance(path.begin(), path.end()) > deepest) return leaveOut("lies in too many folders");
         if (!isFileOrFolder(index)) return leaveOut("is neither a file nor a folder");
-        if (!names_.insert(path.lexically_normal().string()).second) return leaveOut("stands twice");
+        const fs::path plain = path.lexically_normal();
+        if (!names_.insert(plain.string()).second) return leaveOut("stands twice");
+        for (fs::path folder = plain.parent_path(); !folder.empty(); folder = folder.parent_path())
+            folders_.insert(folder.string());
+        if (names_.size() + folders_.size() > files_) fail("The archive holds more than {} files and folders.", files_);
         return true;
     }
 
@@ -107,23 +136,25 @@ private:
         const ArchivedFile source(zip_fopen_index(archive_, index, 0));
         if (!source) fail("{} can't be unpacked: {}.", name, zip_strerror(archive_));
         std::ofstream file(path, std::ios::binary);
-        std::array<char, 1 << 16> block{};
+        std::array<char, 65536> block{};
+        std::uint64_t left = statedSize(index);
         zip_int64_t size = 0;
         while ((size = zip_fread(source.get(), block.data(), block.size())) > 0) {
-            bytes_ += static_cast<std::uint64_t>(size);
-            if (bytes_ > limits_.bytes) fail("The archive unpacks to more than {} bytes.", limits_.bytes);
-            file.write(block.data(), size);
+            if (static_cast<std::uint64_t>(size) > left) fail("{} is larger than the archive says.", name);
+            left -= static_cast<std::uint64_t>(size);
+            if (!file.write(block.data(), size)) break;
         }
         if (size < 0) fail("{} is damaged in the archive.", name);
-        if (!file.flush()) fail("{} can't be unpacked to {}.", name, path.string());
+        if (!file.flush()) fail("{} can't be written to {}.", name, target_.string());
     }
 
     zip_t* archive_;
     fs::path target_;
-    Findings& findings_;
-    UnpackingLimits limits_;
+    Report& report_;
+    std::uint64_t files_;
+    std::uint64_t bytes_;
     std::set<std::string> names_;
-    std::uint64_t bytes_ = 0;
+    std::set<std::string> folders_;
 };
 
 } // namespace
@@ -131,13 +162,19 @@ private:
 FmuTree::FmuTree(const fs::path& path, Findings& findings, const UnpackingLimits& limits) : root_(path) {
     std::error_code ignored;
     if (!fs::exists(path, ignored)) fail("There is no {}.", path.string());
-    if (fs::is_directory(path)) return;
+    if (fs::is_directory(path, ignored)) return;
+    if (!fs::is_regular_file(path, ignored)) fail("{} is neither a folder nor a regular file.", path.string());
 
     const Archive archive = openArchive(path);
+    if (static_cast<std::uint64_t>(zip_get_num_entries(archive.get(), 0)) > limits.files)
+        fail("The archive holds {} entries; {} are unpacked at most.", zip_get_num_entries(archive.get(), 0),
+             limits.files);
+    Report report;
     temporary_ = makeTemporaryFolder();
     root_ = temporary_;
     try {
-        Unpacking(archive.get(), root_, findings, limits).unpack();
+        Unpacking(archive.get(), root_, report, limits.files, mostBytes(path, limits)).unpack();
+        report.handOver(findings);
     } catch (...) {
         fs::remove_all(temporary_, ignored);
         throw;

@@ -12,15 +12,17 @@ namespace packaging {
 
 /// What unpacking refuses to go beyond.
 struct UnpackingLimits {
-    std::uint64_t files = 100'000;
+    std::uint64_t files = 100'000; ///< and folders
     std::uint64_t bytes = 4ULL << 30;
+    std::uint64_t ratio = 200; ///< of what comes out, its first 64 MiB apart, to the archive's own size
 };
 
 /// The files of one FMU. A temporary folder is removed with the tree.
 class FmuTree {
 public:
     /// Opens a folder, or unpacks an archive: regular files and folders only, none outside the temporary folder.
-    /// Entries that are left out (absolute paths, "..", backslashes, links, names that stand twice) are reported.
+    /// Entries that are left out (absolute paths, "..", backslashes, links, names that stand twice, folders nested too
+    /// deeply) are reported.
     /// Throws UserError when there is nothing that can be read, when the archive is damaged or a limit is met.
     FmuTree(const std::filesystem::path& path, Findings& findings, const UnpackingLimits& limits = {});
     ~FmuTree();

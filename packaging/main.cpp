@@ -1,7 +1,9 @@
 // tessaro-fmu: makes FMUs from a description, checks them, and finds out why one doesn't start.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <new>
 #include <string>
 #include <system_error>
 
@@ -138,8 +140,13 @@ private:
 } // namespace
 
 int main(int count, char** arguments) {
+    // A file that may grow no further is an error as any other: nothing is left half written.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         return Program().run(count, arguments);
+    } catch (const std::bad_alloc&) {
+        fmt::print(stderr, "tessaro-fmu: There isn't enough memory.\n");
+        return wrong;
     } catch (const std::exception& error) {
         fmt::print(stderr, "tessaro-fmu: {}\n", error.what());
         return wrong;

@@ -12,6 +12,7 @@
 #include "packaging/model_description.h"
 #include "packaging/parameter_file_writer.h"
 #include "packaging/shared_object.h"
+#include "packaging/text_forms.h"
 #include "packaging/user_error.h"
 
 namespace packaging {
@@ -75,6 +76,9 @@ private:
             for (const auto& item : fs::recursive_directory_iterator(description_.documentation))
                 if (item.is_regular_file()) files.push_back(item.path().lexically_relative(description_.documentation));
         std::ranges::sort(files);
+        for (const fs::path& file : files)
+            if (file.string().find('\\') != std::string::npos || hasControlCharacters(file.string()))
+                fail("documentation: {} isn't a file name for every system.", printable(file.string()));
         for (const fs::path& file : files)
             add("documentation/" + file.generic_string(), contentOf(description_.documentation / file));
 

@@ -1,9 +1,12 @@
 #include "packaging/shared_object.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <sstream>
+#include <system_error>
 
 #include <fcntl.h>
 #include <gelf.h>
@@ -75,18 +78,31 @@ void readSymbols(Elf* elf, const GElf_Shdr& header, Elf_Data* data, SharedObject
     }
 }
 
+/// A place in a section as libelf takes it; one that it refuses when the place lies beside.
+int placeIn(const Elf_Data* data, std::int64_t place) {
+    return place < static_cast<std::int64_t>(data->d_size) && place <= std::numeric_limits<int>::max()
+               ? static_cast<int>(place)
+               : -1;
+}
+
 bool isNewer(const std::string& version, const std::string& other) {
     return strverscmp(version.c_str(), other.c_str()) > 0;
 }
 
+/// Each entry says where the next one is. A damaged file may lead in circles.
 void readNeededVersions(Elf* elf, const GElf_Shdr& header, Elf_Data* data, SharedObject& object) {
+    constexpr int most = 100'000;
     const std::string prefix = "GLIBC_";
+    int count = 0;
     GElf_Verneed library;
-    for (int offset = 0; gelf_getverneed(data, offset, &library) != nullptr;
-         offset += static_cast<int>(library.vn_next)) {
+    for (std::int64_t offset = 0; count < most && gelf_getverneed(data, placeIn(data, offset), &library) != nullptr;
+         offset += library.vn_next) {
+        ++count;
         GElf_Vernaux version;
-        int position = offset + static_cast<int>(library.vn_aux);
-        for (; gelf_getvernaux(data, position, &version) != nullptr; position += static_cast<int>(version.vna_next)) {
+        std::int64_t position = offset + library.vn_aux;
+        for (; count < most && gelf_getvernaux(data, placeIn(data, position), &version) != nullptr;
+             position += version.vna_next) {
+            ++count;
             const std::string name = textAt(elf, header.sh_link, version.vna_name);
             if (name.starts_with(prefix) && isNewer(name.substr(prefix.size()), object.glibc))
                 object.glibc = name.substr(prefix.size());
@@ -96,34 +112,19 @@ void readNeededVersions(Elf* elf, const GElf_Shdr& header, Elf_Data* data, Share
     }
 }
 
-} // namespace
-
-SharedObject readSharedObject(const fs::path& file) {
-    const OpenFile opened(file);
-    elf_version(EV_CURRENT);
-    const Elf_ elf(elf_begin(opened.descriptor(), ELF_C_READ, nullptr));
-    checkKind(elf.get(), file);
-
-    SharedObject object;
-    for (Elf_Scn* section = nullptr; (section = elf_nextscn(elf.get(), section)) != nullptr;) {
-        GElf_Shdr header;
-        Elf_Data* data = elf_getdata(section, nullptr);
-        if (gelf_getshdr(section, &header) == nullptr || data == nullptr) continue;
-        if (header.sh_type == SHT_DYNAMIC) readDynamicSection(elf.get(), header, data, object);
-        if (header.sh_type == SHT_DYNSYM) readSymbols(elf.get(), header, data, object);
-        if (header.sh_type == SHT_GNU_verneed) readNeededVersions(elf.get(), header, data, object);
-    }
-    return object;
+/// What the loader prints instead of running a program. Unlike its option --list, the
+/// variable makes the loader go on where something is missing. The time is limited, since a library may name a pipe.
+ProcessResult traceLoading(const fs::path& folder, const std::string& preload, const std::string& program) {
+    return runProcess({"/usr/bin/timeout", "20", "/usr/bin/env", "-C", folder.string(), "LD_TRACE_LOADED_OBJECTS=1",
+                       "LD_PRELOAD=" + preload, "/lib64/ld-linux-x86-64.so.2", program});
 }
 
-std::vector<Dependency> findDependencies(const fs::path& file) {
-    // Unlike its option --list, the variable makes the loader go on where something is missing.
-    const ProcessResult loader = runProcess(
-        {"/usr/bin/env", "LD_TRACE_LOADED_OBJECTS=1", "/lib64/ld-linux-x86-64.so.2", fs::absolute(file).string()});
-    if (loader.exitCode != 0 && loader.output.find(" => ") == std::string::npos)
+/// A line is "NAME => PATH (ADDRESS)" or "NAME => not found"; without an arrow it is no library with a file.
+std::vector<Dependency> dependenciesIn(const ProcessResult& loader, const fs::path& file) {
+    const auto says = [&loader](const char* words) { return loader.output.find(words) != std::string::npos; };
+    if (says("cannot be preloaded") || (loader.exitCode != 0 && !says(" => ")))
         fail("The loader doesn't take {}: {}", file.string(), loader.output);
 
-    // A line is "NAME => PATH (ADDRESS)" or "NAME => not found"; without an arrow it is no library with a file.
     std::vector<Dependency> dependencies;
     std::istringstream lines(loader.output);
     for (std::string line; std::getline(lines, line);) {
@@ -135,6 +136,43 @@ std::vector<Dependency> findDependencies(const fs::path& file) {
         dependencies.push_back({line.substr(start, arrow - start), path});
     }
     return dependencies;
+}
+
+} // namespace
+
+SharedObject readSharedObject(const fs::path& file) {
+    std::error_code ignored;
+    if (fs::exists(file, ignored) && !fs::is_regular_file(file, ignored)) fail("{} is no regular file.", file.string());
+    const OpenFile opened(file);
+    elf_version(EV_CURRENT);
+    const Elf_ elf(elf_begin(opened.descriptor(), ELF_C_READ, nullptr));
+    checkKind(elf.get(), file);
+
+    SharedObject object;
+    std::set<GElf_Word> seen;
+    for (Elf_Scn* section = nullptr; (section = elf_nextscn(elf.get(), section)) != nullptr;) {
+        GElf_Shdr header;
+        Elf_Data* data = elf_getdata(section, nullptr);
+        if (gelf_getshdr(section, &header) == nullptr || data == nullptr) continue;
+        if (!seen.insert(header.sh_type).second) continue; // one of each of those that count, however many it claims
+        if (header.sh_type == SHT_DYNAMIC) readDynamicSection(elf.get(), header, data, object);
+        if (header.sh_type == SHT_DYNSYM) readSymbols(elf.get(), header, data, object);
+        if (header.sh_type == SHT_GNU_verneed) readNeededVersions(elf.get(), header, data, object);
+    }
+    return object;
+}
+
+std::vector<Dependency> findDependencies(const fs::path& file) {
+    // A program may name an audit library, which the loader runs even now. What is preloaded to another program may
+    // not.
+    const std::string name = file.filename().string();
+    if (name.find_first_of(" :$") != std::string::npos)
+        fail("The loader can't be asked for {}: it has a blank, colon or dollar sign in its name.", file.string());
+    return dependenciesIn(traceLoading(fs::absolute(file).parent_path(), "./" + name, "/usr/bin/env"), file);
+}
+
+std::vector<Dependency> findDependenciesOfProgram(const fs::path& file) {
+    return dependenciesIn(traceLoading("/", "", fs::absolute(file).string()), file);
 }
 
 } // namespace packaging

@@ -27,8 +27,12 @@ struct Dependency {
     std::filesystem::path path; ///< empty when the loader doesn't find it here
 };
 
-/// Asks the loader, with this process's environment, where the dependencies of a shared library are. Throws UserError
-/// when the loader doesn't take the file.
+/// Asks the loader, with this process's environment, where the dependencies of a shared library are. None of its code
+/// runs. The C library is always among them. Throws UserError when the loader doesn't take the file, or takes over 20
+/// s.
 std::vector<Dependency> findDependencies(const std::filesystem::path& file);
+
+/// The same for a program, or anything else that is trusted: the loader runs the audit libraries that it names.
+std::vector<Dependency> findDependenciesOfProgram(const std::filesystem::path& file);
 
 } // namespace packaging

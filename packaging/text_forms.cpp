@@ -10,6 +10,7 @@ namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isControl(char c) { return (c >= 0 && c < 0x20) || c == 0x7f; }
 bool isNondigit(char c) { return isLetter(c) || c == '_'; }
 
 /// Walks over a structured name. Each function takes a part of it, or leaves the position and gives false.
@@ -97,9 +98,14 @@ std::string identifierFrom(std::string_view modelName) {
 }
 
 bool hasControlCharacters(std::string_view text) {
-    const auto isControl = [](char c) { return (c >= 0 && c < 0x20) || c == 0x7f; };
     return std::ranges::any_of(text, isControl) || text.find("\xEF\xBF\xBE") != std::string_view::npos ||
            text.find("\xEF\xBF\xBF") != std::string_view::npos;
+}
+
+std::string printable(std::string_view text) {
+    std::string shown(text);
+    std::ranges::replace_if(shown, isControl, '?');
+    return shown;
 }
 
 } // namespace packaging

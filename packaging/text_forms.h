@@ -24,4 +24,7 @@ std::string identifierFrom(std::string_view modelName);
 /// Whether a text holds control characters, line ends among them, or what XML cannot hold.
 bool hasControlCharacters(std::string_view text);
 
+/// A foreign text as it can be shown: without control characters.
+std::string printable(std::string_view text);
+
 } // namespace packaging

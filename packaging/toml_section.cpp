@@ -71,7 +71,11 @@ std::vector<std::string> Section::texts(std::string_view key) {
         wrongKind(*node, key, "a list of texts");
         return values;
     }
-    for (const toml::node& element : *node->as_array()) values.push_back(element.as_string()->get());
+    for (const toml::node& element : *node->as_array()) {
+        values.push_back(element.as_string()->get());
+        if (hasControlCharacters(values.back()))
+            mistakes_.add(lineOf(element), "{} holds a line feed or another control character.", key);
+    }
     return values;
 }
 

@@ -79,6 +79,8 @@ std::optional<Unit> findSymbol(std::string_view name) {
     return std::nullopt;
 }
 
+constexpr int largestExponent = 99;
+
 Unit power(Unit unit, int exponent) {
     if (exponent == 1) return unit;
     for (int& e : unit.exponents) e *= exponent;
@@ -99,22 +101,30 @@ public:
     explicit UnitParser(std::string_view text) : rest_(text) {}
 
     std::optional<Unit> parse() {
+        constexpr std::size_t longest = 1000; // parentheses nest
+        if (rest_.size() > longest) return std::nullopt;
         std::optional<Unit> unit = readProduct();
         if (unit && take("/")) {
             const std::optional<Unit> divisor = readFactor();
             if (!divisor) return std::nullopt;
             unit = product(*unit, power(*divisor, -1));
         }
-        return rest_.empty() ? unit : std::nullopt;
+        return rest_.empty() && unit && isPossible(*unit) ? unit : std::nullopt;
     }
 
 private:
+    static bool isPossible(const Unit& unit) {
+        const auto isSmall = [](int exponent) { return std::abs(exponent) <= largestExponent; };
+        return std::ranges::all_of(unit.exponents, isSmall) && std::isnormal(unit.factor);
+    }
+
     std::optional<Unit> readProduct() {
         std::optional<Unit> unit = readFactor();
         while (unit && (take(".") || take("*"))) {
             const std::optional<Unit> next = readFactor();
             if (!next) return std::nullopt;
             unit = product(*unit, *next);
+            if (!isPossible(*unit)) return std::nullopt;
         }
         return unit;
     }
@@ -128,7 +138,8 @@ private:
         const std::optional<Unit> unit = findSymbol(rest_.substr(0, end));
         if (!unit) return std::nullopt;
         rest_.remove_prefix(std::min(end, rest_.size()));
-        return power(*unit, readExponent());
+        const Unit raised = power(*unit, readExponent());
+        return isPossible(raised) ? std::optional(raised) : std::nullopt;
     }
 
     int readExponent() {
@@ -136,7 +147,9 @@ private:
         int exponent = 1;
         const bool plus = take("+");
         const auto [end, failure] = std::from_chars(rest_.data(), rest_.data() + rest_.size(), exponent);
-        if (failure != std::errc() || (plus && exponent < 0) || std::abs(exponent) > 99) return 1;
+        if (failure != std::errc() || (plus && exponent < 0) || exponent < -largestExponent ||
+            exponent > largestExponent)
+            return 1;
         rest_.remove_prefix(static_cast<std::size_t>(end - rest_.data()));
         return exponent;
     }

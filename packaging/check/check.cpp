@@ -45,7 +45,7 @@ std::optional<std::string> parameterFile(const fs::path& root, const std::string
     auto text = readRegularFile(root / name);
     if (!text || text->empty())
         report.add("parameter-file-missing", {name, 0}, "The file {}.",
-                   text ? "is empty" : "isn't there or can't be read");
+                   text ? "is empty" : "isn't there, can't be read or is larger than 64 MiB");
     return text && !text->empty() ? text : std::nullopt;
 }
 
@@ -95,7 +95,8 @@ void checkFmu(const FmuTree& fmu, Findings& findings) {
         checkDescription(fmu.root(), *text, report);
     } else {
         const std::string elsewhere = misplacedDescription(fmu.root());
-        report.add("description-missing", {descriptionFile, 0}, "There is no modelDescription.xml{}.",
+        report.add("description-missing", {descriptionFile, 0}, "There is no modelDescription.xml{}{}.",
+                   isRegularFile(fmu.root() / descriptionFile) ? " that can be read, or it is larger than 64 MiB" : "",
                    elsewhere.empty() ? "" : fmt::format("; one lies at {}", inQuotes(elsewhere)));
     }
     report.handOver(findings);

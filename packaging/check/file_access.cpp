@@ -8,7 +8,7 @@ namespace packaging::checking {
 namespace fs = std::filesystem;
 
 std::optional<std::string> readRegularFile(const fs::path& path) {
-    constexpr std::uintmax_t largest = 1U << 30U;
+    constexpr std::uintmax_t largest = 64U << 20U;
     std::error_code failure;
     if (!isRegularFile(path)) return {};
     const std::uintmax_t size = fs::file_size(path, failure);
@@ -21,6 +21,8 @@ std::optional<std::string> readRegularFile(const fs::path& path) {
     content.resize(static_cast<std::size_t>(file.gcount()));
     return content;
 }
+
+bool isReadable(const fs::path& path) { return isRegularFile(path) && std::ifstream(path).is_open(); }
 
 bool isRegularFile(const fs::path& path) {
     std::error_code ignored;

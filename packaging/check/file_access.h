@@ -7,8 +7,11 @@
 
 namespace packaging::checking {
 
-/// The content; nothing when there is no regular file that can be read, or it is larger than 1 GiB.
+/// The content; nothing when there is no regular file that can be read, or it is larger than 64 MiB.
 std::optional<std::string> readRegularFile(const std::filesystem::path& path);
+
+/// Whether there is a regular file that can be read, of any size.
+bool isReadable(const std::filesystem::path& path);
 
 bool isRegularFile(const std::filesystem::path& path);
 bool isFolder(const std::filesystem::path& path);

@@ -12,15 +12,7 @@ constexpr std::size_t longestQuote = 100;
 
 bool isContinuationByte(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
-bool isControl(char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }
-
 } // namespace
-
-std::string printable(std::string_view text) {
-    std::string shown(text);
-    std::ranges::replace_if(shown, isControl, '?');
-    return shown;
-}
 
 std::string inQuotes(std::string_view text) {
     std::size_t length = std::min(text.size(), longestQuote);

@@ -11,13 +11,11 @@
 #include <fmt/format.h>
 
 #include "packaging/check/rule_table.h"
+#include "packaging/text_forms.h"
 
 namespace packaging::checking {
 
-/// A foreign text as it can be shown: without control characters.
-std::string printable(std::string_view text);
-
-/// The same in double quotes, and cut when it is long.
+/// A foreign text as it can be shown: in double quotes, without control characters, and cut when it is long.
 std::string inQuotes(std::string_view text);
 
 class Report {

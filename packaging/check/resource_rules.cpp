@@ -58,7 +58,7 @@ void checkModelFiles(const fs::path& resources, const std::string& name, const S
     if (isRegularFile(resources / modelFile))
         report.add("model-file-present", {"resources/" + modelFile, 0}, "The model file {} is there already.",
                    modelFile);
-    else if (!readRegularFile(resources / templateFile))
+    else if (!isReadable(resources / templateFile))
         report.add("template-missing", {"resources/" + templateFile, 0}, "There is no template {} that can be read.",
                    templateFile);
     if (shape != nullptr && shape->modelFile && *shape->modelFile != modelFile)

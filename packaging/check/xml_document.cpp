@@ -19,6 +19,19 @@ const char* textOf(const xmlChar* text) { return reinterpret_cast<const char*>(t
 
 int lineFeeds(const xmlChar* begin, const xmlChar* end) { return static_cast<int>(std::count(begin, end, '\n')); }
 
+/// The parser compares each attribute of an element with all before it: there is a bound for these comparisons.
+bool hasTooManyAttributes(std::string_view text) {
+    constexpr std::size_t most = 1'000'000'000;
+    std::size_t comparisons = 0;
+    while (!text.empty() && comparisons < most) {
+        const std::string_view tag = text.substr(0, text.find('<', 1));
+        const auto attributes = static_cast<std::size_t>(std::ranges::count(tag, '='));
+        comparisons += attributes * attributes;
+        text.remove_prefix(tag.size());
+    }
+    return comparisons >= most;
+}
+
 /// Builds the elements while libxml2 parses; the functions of its handler lead here.
 class Builder {
 public:
@@ -109,6 +122,10 @@ XmlDocument readXml(const std::string& text) {
     document.problemLine = 1;
     if (text.empty() || text.size() > std::numeric_limits<int>::max()) {
         document.problem = text.empty() ? "The file is empty" : "The file is too large";
+        return document;
+    }
+    if (hasTooManyAttributes(text)) {
+        document.problem = "There are elements with too many attributes";
         return document;
     }
     Builder builder(document);

@@ -64,7 +64,7 @@ std::string refusalOf(const fs::path& file, int flags) {
 std::vector<std::string> missingDependencies(const fs::path& file) {
     std::vector<std::string> names;
     try {
-        for (const Dependency& dependency : findDependencies(file))
+        for (const Dependency& dependency : findDependenciesOfProgram(file))
             if (dependency.path.empty()) names.push_back(dependency.name);
     } catch (const UserError&) {
     }
