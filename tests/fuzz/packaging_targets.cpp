@@ -1,0 +1,157 @@
+// What libFuzzer feeds tessaro-fmu with. One program a target; FUZZ_TARGET is the function's name.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "packaging/check/check.h"
+#include "packaging/description.h"
+#include "packaging/layout.h"
+#include "packaging/model_description.h"
+#include "packaging/parameter_file_writer.h"
+#include "packaging/shared_object.h"
+#include "packaging/text_forms.h"
+#include "packaging/user_error.h"
+#include "resources/parameter_files.h"
+#include "tests/support.h"
+
+using namespace packaging;
+
+namespace {
+
+void require(bool condition, const std::string& what) {
+    if (condition) return;
+    std::fprintf(stderr, "broken: %s\n", what.c_str());
+    std::abort();
+}
+
+const fs::path& working() {
+    static const Folder folder;
+    return folder.path;
+}
+
+/// What a check finds can be shown. Gives the errors among it, but for those that are expected.
+std::string errorsIn(const fs::path& fmu, const std::vector<std::string>& expected = {}) {
+    Findings findings;
+    checkFmu(FmuTree(fmu, findings), findings);
+    std::string errors;
+    for (const Finding& found : findings.all()) {
+        require(!hasControlCharacters(found.place.file + found.why + found.mend),
+                found.rule + " holds control characters");
+        if (found.severity == Severity::error && std::ranges::count(expected, found.rule) == 0)
+            errors += found.rule + ": " + found.what + "\n";
+    }
+    writeText(findings, "", stdout), writeJson(findings, "", stdout);
+    return errors;
+}
+
+/// The library reads what the layout says.
+void compareWithReaders(const Layout& layout, const fs::path& resources) {
+    static auto shape = std::make_unique<FmuParRecord>();
+    require(fread_par((resources / "fmu2ts.par").c_str(), shape.get()) >= 0, "fmu2ts.par");
+    MvParRecord names{};
+    require(fread_mv_par((resources / "mv.par").c_str(), &names) == 0, "mv.par");
+    const std::int32_t counts[] = {shape->nReal, shape->nInteger, shape->nBoolean, shape->nString};
+    const std::pair<std::int32_t, char**> lists[] = {{names.nRealNames, names.realNames},
+                                                     {names.nIntegerNames, names.integerNames},
+                                                     {names.nBooleanNames, names.booleanNames},
+                                                     {names.nStringNames, names.stringNames}};
+    for (std::size_t type = 0; type < 4; ++type) {
+        const std::vector<std::string>& written = layout.solverNames[type];
+        require(std::cmp_equal(counts[type], written.size()) && counts[type] == lists[type].first, "counts");
+        for (std::size_t i = 0; i < written.size(); ++i) require(lists[type].second[i] == written[i], written[i]);
+    }
+    releaseNames(names);
+    require(std::cmp_equal(shape->nInputPorts, layout.inputs.size()), "input ports");
+    require(std::cmp_equal(shape->nOutputPorts, layout.outputs.size()), "output ports");
+    for (std::size_t i = 0; i < layout.inputs.size(); ++i)
+        require(std::cmp_equal(shape->inputPortWidth[i], layout.inputs[i].width) &&
+                    std::cmp_equal(shape->inputPortOffset[i], layout.inputs[i].offset),
+                "an input port");
+    for (std::size_t i = 0; i < layout.outputs.size(); ++i)
+        require(std::cmp_equal(shape->outputPortWidth[i], layout.outputs[i].width) &&
+                    std::cmp_equal(shape->outputPortOffset[i], layout.outputs[i].offset),
+                "an output port");
+}
+
+/// What a description makes is checked without an error, but for the library, which isn't there.
+[[maybe_unused]] void description(const std::string& text) {
+    const fs::path fmu = working() / "fmu", resources = fmu / "resources", toml = working() / "m.toml";
+    for (const char* name : {"t", "r", "d/f"}) writeFile(working() / name, "");
+    writeFile(toml, text);
+    fs::remove_all(fmu);
+    Description described;
+    try {
+        described = readDescription(toml);
+        writeFile(resources / "modelDescription.xml", modelDescription(described, layOut(described), "{1}"));
+    } catch (const UserError&) {
+        return;
+    }
+    const Layout layout = layOut(described);
+    writeFile(fmu / "modelDescription.xml", contentOf(resources / "modelDescription.xml"));
+    writeFile(resources / "fmu2ts.par", fmu2tsPar(described, layout));
+    writeFile(resources / "mv.par", mvPar(layout));
+    writeFile(resources / (described.name + ".mdl"), "");
+    for (const fs::path& file : described.resources) writeFile(resources / file.filename(), "");
+    // What is packed with a warning may be an error later.
+    std::vector<std::string> expected{"library-missing"};
+    if (!described.warnings.empty()) expected.insert(expected.end(), {"solver-file-missing", "start-marker"});
+    const std::string errors = errorsIn(fmu, expected);
+    require(errors.empty(), errors);
+    compareWithReaders(layout, resources);
+}
+
+/// modelDescription.xml, fmu2ts.par and mv.par, one behind the other, with a line of its own between.
+[[maybe_unused]] void fmu(const std::string& text) {
+    const std::string border = "\n=====\n";
+    const fs::path folder = working() / "fmu";
+    std::size_t start = 0;
+    for (const char* name : {"modelDescription.xml", "resources/fmu2ts.par", "resources/mv.par"}) {
+        const std::size_t end = std::min(text.find(border, start), text.size());
+        writeFile(folder / name, text.substr(start, end - start));
+        start = std::min(end + border.size() - 1, text.size()), start += start < text.size() ? 1 : 0;
+    }
+    writeFile(folder / "resources/Rig.mdl", "");
+    errorsIn(folder);
+}
+
+/// Nothing is left in the temporary folder or written beside it.
+[[maybe_unused]] void archive(const std::string& text) {
+    static const fs::path temporary = working() / "a/b/c", file = working() / "a/b/f.fmu";
+    static const bool made = fs::create_directories(temporary) && setenv("TMPDIR", temporary.c_str(), 1) == 0;
+    require(made, "no temporary folder");
+    writeFile(file, text);
+    try {
+        Findings findings;
+        const FmuTree tree(file, findings, {64, 1U << 20U, 100});
+        require(tree.root().parent_path() == temporary, tree.root());
+        for (const auto& entry : fs::recursive_directory_iterator(tree.root()))
+            require(entry.is_directory() || entry.file_size() <= 1U << 20U, entry.path());
+    } catch (const UserError& error) {
+        require(!hasControlCharacters(error.what()), "control characters");
+    }
+    std::vector<fs::path> left{fs::recursive_directory_iterator(working()), {}};
+    require(left.size() == 4, "something was left, or written outside");
+}
+
+[[maybe_unused]] void library(const std::string& text) {
+    writeFile(working() / "library", text);
+    try {
+        readSharedObject(working() / "library");
+    } catch (const UserError&) {
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    // What the program prints is printed, but goes nowhere.
+    static const bool silent = std::freopen("/dev/null", "w", stdout) != nullptr;
+    require(silent, "no /dev/null");
+    FUZZ_TARGET(std::string(reinterpret_cast<const char*>(data), size));
+    return 0;
+}
