@@ -115,13 +115,15 @@ void readNeededVersions(Elf* elf, const GElf_Shdr& header, Elf_Data* data, Share
 /// What the loader prints instead of running a program. Unlike its option --list, the
 /// variable makes the loader go on where something is missing. The time is limited, since a library may name a pipe.
 ProcessResult traceLoading(const fs::path& folder, const std::string& preload, const std::string& program) {
-    return runProcess({"/usr/bin/timeout", "20", "/usr/bin/env", "-C", folder.string(), "LD_TRACE_LOADED_OBJECTS=1",
+    return runProcess({"/usr/bin/timeout", "10", "/usr/bin/env", "-C", folder.string(), "LD_TRACE_LOADED_OBJECTS=1",
                        "LD_PRELOAD=" + preload, "/lib64/ld-linux-x86-64.so.2", program});
 }
 
 /// A line is "NAME => PATH (ADDRESS)" or "NAME => not found"; without an arrow it is no library with a file.
 std::vector<Dependency> dependenciesIn(const ProcessResult& loader, const fs::path& file) {
     const auto says = [&loader](const char* words) { return loader.output.find(words) != std::string::npos; };
+    constexpr int timedOut = 124;
+    if (loader.exitCode == timedOut) fail("The loader waits for something that {} needs.", file.string());
     if (says("cannot be preloaded") || (loader.exitCode != 0 && !says(" => ")))
         fail("The loader doesn't take {}: {}", file.string(), loader.output);
 

@@ -28,8 +28,7 @@ struct Dependency {
 };
 
 /// Asks the loader, with this process's environment, where the dependencies of a shared library are. None of its code
-/// runs. The C library is always among them. Throws UserError when the loader doesn't take the file, or takes over 20
-/// s.
+/// runs. The C library is always among them. Throws UserError when the loader doesn't take the file or needs over 10 s.
 std::vector<Dependency> findDependencies(const std::filesystem::path& file);
 
 /// The same for a program, or anything else that is trusted: the loader runs the audit libraries that it names.

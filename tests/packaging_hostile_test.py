@@ -95,14 +95,14 @@ class Hostile(unittest.TestCase):
         Path("d/a\\b").touch()
         os.mkfifo("pipe")
 
-    def told(self, *arguments: str, code: int = 1, file_size: int = GIB) -> str:
-        """What it prints in less than ten seconds, with 2 GiB of memory, leaving no temporary files."""
+    def told(self, *arguments: str, code: int = 1, file_size: int = GIB, seconds: int = 10) -> str:
+        """What it prints in ten seconds, with 2 GiB of memory, leaving no temporary files."""
 
         def limit() -> None:
             resource.setrlimit(resource.RLIMIT_AS, (2 * GIB, 2 * GIB))
             resource.setrlimit(resource.RLIMIT_FSIZE, (file_size, file_size))
 
-        result = subprocess.run([PROGRAM, *arguments], env={"TMPDIR": "tmp"}, text=True, timeout=10, preexec_fn=limit,
+        result = subprocess.run([PROGRAM, *arguments], env={"TMPDIR": "tmp"}, text=True, timeout=seconds, preexec_fn=limit,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT)  # fmt: skip
         self.assertEqual((result.returncode, os.listdir("tmp")), (code, []), result.stdout[:500])
         return result.stdout
@@ -147,6 +147,8 @@ class Hostile(unittest.TestCase):
         self.assertFalse(Path("ran").exists())
         Path("a.so").unlink()
         self.assertIn('The loader finds no "a.so" here', self.told("check", "fmu"))
+        os.mkfifo("a.so")
+        self.assertIn("The loader waits for something", self.told("check", "fmu", seconds=15))
 
     def test_descriptions(self) -> None:
         for case, (text, told) in DESCRIPTIONS.items():

@@ -53,7 +53,7 @@ MISTAKES = [
     ('-1"', '-1.xml"', "name must be of letters, digits, _ . and -"),
     ("All", "A" * 240, "name is longer than 240 characters."),
     ('"a \\', '"modelName \\', "description must not hold the word modelName"),
-    ('"t"', '"none"', "template: there is no none."),
+    ('"t"', '"none"', "template: there is no regular file none."),
     ("1e-3", "0", "final_time must be above 0."),
     ("derivatives", "order", "[[output]] has no key order; there are: derivatives, signals."),
     ('"more"', '"more", "more"', "resources: a file more stands in the FMU already."),

@@ -3,9 +3,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "packaging/check/check.h"
@@ -66,16 +67,13 @@ void compareWithReaders(const Layout& layout, const fs::path& resources) {
         for (std::size_t i = 0; i < written.size(); ++i) require(lists[type].second[i] == written[i], written[i]);
     }
     releaseNames(names);
-    require(std::cmp_equal(shape->nInputPorts, layout.inputs.size()), "input ports");
-    require(std::cmp_equal(shape->nOutputPorts, layout.outputs.size()), "output ports");
-    for (std::size_t i = 0; i < layout.inputs.size(); ++i)
-        require(std::cmp_equal(shape->inputPortWidth[i], layout.inputs[i].width) &&
-                    std::cmp_equal(shape->inputPortOffset[i], layout.inputs[i].offset),
-                "an input port");
-    for (std::size_t i = 0; i < layout.outputs.size(); ++i)
-        require(std::cmp_equal(shape->outputPortWidth[i], layout.outputs[i].width) &&
-                    std::cmp_equal(shape->outputPortOffset[i], layout.outputs[i].offset),
-                "an output port");
+    const auto compare = [](const std::vector<PortPlace>& ports, int count, const auto& widths, const auto& offsets) {
+        require(std::cmp_equal(count, ports.size()), "number of ports");
+        for (std::size_t i = 0; i < ports.size(); ++i)
+            require(std::cmp_equal(widths[i], ports[i].width) && std::cmp_equal(offsets[i], ports[i].offset), "port");
+    };
+    compare(layout.inputs, shape->nInputPorts, shape->inputPortWidth, shape->inputPortOffset);
+    compare(layout.outputs, shape->nOutputPorts, shape->outputPortWidth, shape->outputPortOffset);
 }
 
 /// What a description makes is checked without an error, but for the library, which isn't there.
@@ -134,8 +132,8 @@ void compareWithReaders(const Layout& layout, const fs::path& resources) {
     } catch (const UserError& error) {
         require(!hasControlCharacters(error.what()), "control characters");
     }
-    std::vector<fs::path> left{fs::recursive_directory_iterator(working()), {}};
-    require(left.size() == 4, "something was left, or written outside");
+    const auto left = std::distance(fs::recursive_directory_iterator(working()), {});
+    require(left == 4, "something was left, or written outside");
 }
 
 [[maybe_unused]] void library(const std::string& text) {
