@@ -136,11 +136,11 @@ private:
         section.require("start");
         if (type == "Real") {
             parameter.start = section.number("start").value_or(0.0);
-            readRange(section, parameter, [&](const char* key) { return section.number(key); });
+            readRange(parameter, [&](const char* key) { return section.number(key); });
         } else if (type == "Integer") {
             const auto whole = [&](const char* key) { return readInteger(section, key); };
             parameter.start = whole("start").value_or(0);
-            readRange(section, parameter, whole);
+            readRange(parameter, whole);
         } else if (type == "Boolean") {
             parameter.start = section.flag("start").value_or(false);
         } else if (type == "String") {
@@ -154,7 +154,7 @@ private:
     }
 
     template <typename Read>
-    static void readRange(Section&, Parameter& parameter, const Read& read) {
+    static void readRange(Parameter& parameter, const Read& read) {
         if (const auto min = read("min")) parameter.min = *min;
         if (const auto max = read("max")) parameter.max = *max;
     }

@@ -74,7 +74,7 @@ struct Description {
     std::vector<Parameter> parameters;
     std::map<std::string, Unit> units; ///< those that the file defines
 
-    std::vector<std::string> warnings; ///< sentences, each with file and line
+    std::vector<std::string> warnings; ///< lines "FILE:LINE: warning: sentence"
 };
 
 /// Reads and checks a description. Throws UserError with file, line and a sentence for every mistake.

@@ -9,13 +9,12 @@
 #include "packaging/text_forms.h"
 #include "packaging/toml_section.h"
 #include "resources/parameter_files.h"
+#include "resources/resource_location.h"
+#include "util/owners.h"
 
 namespace packaging {
 
 namespace {
-
-/// File names made of a model's name, such as NAME.xml, must stay below 256 bytes; room is left for a temporary one.
-constexpr std::size_t longestModelName = 240;
 
 /// A parameter file's line is at most 1023 bytes with its line feed.
 constexpr std::size_t longestLine = 1022;
@@ -26,7 +25,7 @@ constexpr std::size_t longestSolverName = 1000;
 
 template <typename... Arguments>
 void warn(Description& description, int line, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
-    description.warnings.push_back(fmt::format("{}:{}: {}", description.file.string(), line,
+    description.warnings.push_back(fmt::format("{}:{}: warning: {}", description.file.string(), line,
                                                fmt::format(text, std::forward<Arguments>(arguments)...)));
 }
 
@@ -55,14 +54,26 @@ void checkTexts(const Description& model, const Section& section, Mistakes& mist
                          key);
 }
 
+/// Whether a file's name is the same when the library has read it: as it stands where it has a slash, otherwise behind
+/// the location of the resources.
+bool survivesAsLocation(const std::string& name) {
+    const bool bare = name.find_first_of("/\\") == std::string::npos;
+    const std::string folder = bare ? "/resources/" : "";
+    const MallocText path(convert_URI_to_path(((bare ? "file://" : "") + folder + name).c_str()));
+    return path != nullptr && path.get() == folder + name;
+}
+
 void checkLines(const Description& model, const Section& section, Mistakes& mistakes) {
     const auto check = [&](const char* key, const std::string& text, std::size_t longest) {
         if (text.size() > longest)
             mistakes.add(section.line(key), "{} is longer than {} bytes, the room for it in fmu2ts.par.", key, longest);
     };
     for (const auto& [key, text] : {std::pair("result_file", &model.resultFile), {"library_file", &model.libraryFile}})
-        if (text->find_first_of("#?%") != std::string::npos)
-            mistakes.add(section.line(key), "{} must not hold #, ? or %: the FMU reads it as a part of a URI.", key);
+        if (!survivesAsLocation(*text))
+            mistakes.add(section.line(key),
+                         "{} has a character that doesn't survive, such as a blank or one of # ? % [ ]: the FMU reads "
+                         "the name as a part of a URI.",
+                         key);
     check("result_file", model.resultFile, longestLine);
     check("library_file", model.libraryFile, longestLine);
     check("address", model.address, longestAddress);
@@ -149,11 +160,12 @@ public:
 private:
     template <typename Named>
     void checkSolverName(const Named& named) {
-        if (named.solverName.empty() || named.solverName.find(',') != std::string::npos ||
-            named.solverName.size() > longestSolverName)
+        const std::string& name = named.solverName;
+        if (name.empty() || name.find(',') != std::string::npos || name.size() > longestSolverName ||
+            name.starts_with(' ') || name.ends_with(' '))
             mistakes_.add(named.line,
-                          "The solver's name of {} must be of 1 to {} bytes without a comma, which ends it "
-                          "in the value file: give it a solver_name.",
+                          "The solver's name of {} must be of 1 to {} bytes, without a blank at either end and without "
+                          "a comma, which ends it in the value file: give it a solver_name.",
                           named.name, longestSolverName);
         const auto [first, isNew] = solverNames_.emplace(named.solverName, named.line);
         if (!isNew)

@@ -1,6 +1,8 @@
 // tessaro-fmu: makes FMUs from a description, checks them, and finds out why one doesn't start.
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <new>
@@ -41,8 +43,17 @@ fs::path libraryOfThisProgram() {
 struct Report {
     bool asJson = false;
 
-    ExitCode show(const Findings& findings, const std::string& subject) const {
+    /// Shows what `look` finds. That something can't be looked at at all is a finding, too.
+    template <typename Look>
+    ExitCode show(const std::string& subject, const Look& look) const {
+        Findings findings;
+        try {
+            look(findings);
+        } catch (const UserError& error) {
+            findings.error("unreadable", {}, error.what(), "Nothing more can be said of it.");
+        }
         (asJson ? writeJson : writeText)(findings, subject, stdout);
+        if (std::fflush(stdout) != 0) fail("What was found can't be written: {}.", std::strerror(errno));
         return findings.errors() > 0 ? wrong : fine;
     }
 };
@@ -104,9 +115,8 @@ private:
         command->add_option("FMU_OR_FOLDER", fmu_, "An archive, or the folder of an unpacked one")->required();
         command->add_flag("--json", report_.asJson, "Print one JSON object, for tools");
         command->callback([this] {
-            Findings findings;
-            checkFmu(FmuTree(fmu_, findings), findings);
-            result_ = report_.show(findings, fmu_.string());
+            result_ = report_.show(fmu_.string(),
+                                   [this](Findings& findings) { checkFmu(FmuTree(fmu_, findings), findings); });
         });
     }
 
@@ -121,9 +131,10 @@ private:
             ->needs(solver);
         command->add_flag("--json", report_.asJson, "Print one JSON object, for tools");
         command->callback([this] {
-            Findings findings;
-            examine(doctor_, findings);
-            result_ = report_.show(findings, doctor_.fmu.empty() ? "installation" : doctor_.fmu.string());
+            if (doctor_.driveSolver && doctor_.fmu.empty())
+                fail("--solver needs an FMU: its ports and its model are what the solver is driven with.");
+            result_ = report_.show(doctor_.fmu.empty() ? "installation" : doctor_.fmu.string(),
+                                   [this](Findings& findings) { examine(doctor_, findings); });
         });
     }
 

@@ -92,10 +92,11 @@ std::string withName(std::string text, const std::string& name) {
 } // namespace
 
 void writeStarter(const std::string& name, const fs::path& folder) {
-    if (!isModelName(name))
-        fail("{} can't be the name of a model: letters, digits, _ . and - only, beginning with none of the last two, "
-             "and without \".xml\".",
-             name);
+    if (!isModelName(name) || name.size() > longestModelName)
+        fail(
+            "{} can't be the name of a model: letters, digits, _ . and - only, at most {} of them, beginning with none "
+            "of the last two, and without \".xml\".",
+            name, longestModelName);
     const fs::path description = folder / (name + ".toml");
     const fs::path modelTemplate = folder / (name + ".mdl");
     for (const fs::path& file : {description, modelTemplate})

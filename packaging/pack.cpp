@@ -1,6 +1,10 @@
 #include "packaging/pack.h"
 
 #include <algorithm>
+#include <array>
+#include <fstream>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "packaging/archive_writer.h"
@@ -30,6 +34,16 @@ SharedObject inspectLibrary(const fs::path& library) {
     return object;
 }
 
+/// Nothing but an earlier archive is ever replaced.
+void checkTarget(const fs::path& archive) {
+    std::error_code ignored;
+    if (!fs::is_regular_file(archive, ignored) || fs::file_size(archive, ignored) == 0) return;
+    std::array<char, 4> start{};
+    std::ifstream(archive, std::ios::binary).read(start.data(), start.size());
+    if (std::string_view(start.data(), start.size()) != "PK\3\4")
+        fail("{} is there already and is no archive: it isn't replaced.", archive.string());
+}
+
 /// Gathers the files of an FMU, its model description first.
 class Assembly {
 public:
@@ -37,13 +51,14 @@ public:
         : options_(options), description_(std::move(description)), layout_(layOut(description_)) {}
 
     PackResult write() {
+        result_.archive = options_.output.empty() ? fs::path(description_.name + ".fmu") : options_.output;
+        checkTarget(result_.archive);
         entries_.push_back({"modelDescription.xml", ""});
         addLibraries();
         addDocumentation();
         addResources();
         addModelDescription();
 
-        result_.archive = options_.output.empty() ? fs::path(description_.name + ".fmu") : options_.output;
         writeArchive(result_.archive, entries_);
         result_.warnings = std::move(description_.warnings);
         return std::move(result_);
@@ -74,7 +89,8 @@ private:
         std::vector<fs::path> files;
         if (!description_.documentation.empty())
             for (const auto& item : fs::recursive_directory_iterator(description_.documentation))
-                if (item.is_regular_file()) files.push_back(item.path().lexically_relative(description_.documentation));
+                if (item.is_regular_file() && !isTarget(item))
+                    files.push_back(item.path().lexically_relative(description_.documentation));
         std::ranges::sort(files);
         for (const fs::path& file : files)
             if (file.string().find('\\') != std::string::npos || hasControlCharacters(file.string()))
@@ -102,6 +118,12 @@ private:
         entries_.front().content = modelDescription(description_, layout_, "");
         entries_.front().content = modelDescription(description_, layout_, guidOf(entries_));
         add("resources/modelDescription.xml", entries_.front().content);
+    }
+
+    /// An archive of an earlier run in a folder that is packed isn't packed with it.
+    bool isTarget(const fs::path& file) const {
+        std::error_code ignored;
+        return fs::equivalent(file, result_.archive, ignored);
     }
 
     const PackOptions& options_;

@@ -17,7 +17,7 @@ struct PackOptions {
 
 struct PackResult {
     std::filesystem::path archive;
-    std::vector<std::string> warnings; ///< sentences, each with file and line
+    std::vector<std::string> warnings; ///< lines "FILE:LINE: warning: sentence"
     std::vector<std::string> bundled;  ///< names of the libraries that were added
     std::uintmax_t bundledBytes = 0;   ///< their size when unpacked
 };

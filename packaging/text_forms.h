@@ -16,6 +16,9 @@ bool isStructuredName(std::string_view name);
 /// without ".xml" inside. The FMU hands file names made of it to a shell, unquoted.
 bool isModelName(std::string_view name);
 
+/// File names made of a model's name, such as NAME.xml, must stay below 256 bytes; room is left for a temporary one.
+inline constexpr std::size_t longestModelName = 240;
+
 bool isIdentifier(std::string_view name);
 
 /// A C identifier that resembles the name of a model.

@@ -161,14 +161,15 @@ class Hostile(unittest.TestCase):
 
     def test_outputs(self) -> None:
         Path("m").write_text(MODEL + 'template = "m"\n[[input]]\nsignals = [{ name = "u" }]\n')
-        Path("f.fmu").write_text("an earlier one")
+        Path("f.fmu").write_bytes(ONE)
         for output in ("no/f.fmu", "/proc/f.fmu", "tmp", "pipe", "n" * 255, ""):
             with self.subTest(output):
                 self.assertIn("can't be written", self.told("pack", "m", "--library", LIBRARY, "-o", output or "m/f"))
         for size in (0, 1, 20_000):
             self.assertIn("can't be written", self.told("pack", "m", "--library", LIBRARY, "-o", "f.fmu", file_size=size))
         self.assertRegex(self.told("pack", "m", "--library", "pipe"), "pipe is no regular file")
-        self.assertEqual(Path("f.fmu").read_text(), "an earlier one")
+        self.assertIn("isn't replaced", self.told("pack", "m", "--library", LIBRARY, "-o", "m"))
+        self.assertEqual(Path("f.fmu").read_bytes(), ONE)
         self.assertEqual(sorted(os.listdir()), ["d", "f.fmu", "m", "pipe", "tmp"])
         self.told("pack", "m", "--library", LIBRARY, code=0)
         self.assertIn("can't be written", self.told("check", "M.fmu", file_size=1000))

@@ -57,7 +57,7 @@ MISTAKES = [
     ("1e-3", "0", "final_time must be above 0."),
     ("derivatives", "order", "[[output]] has no key order; there are: derivatives, signals."),
     ('"more"', '"more", "more"', "resources: a file more stands in the FMU already."),
-    ('"u 2"', '"u,2"', "The solver's name of u[2] must be of 1 to 1000 bytes without a comma"),
+    ('"u 2"', '"u,2"', "The solver's name of u[2] must be of 1 to 1000 bytes, without a blank"),
     ('"u 2"', '"u\\n2"', "solver_name holds a line feed or another control character."),
     ('"der_a.x"', '"v"', "v is the solver's name of another variable already (line 3)."),
     ('"on"', '"k"', "k is the name of another variable already (line 8)."),
@@ -107,8 +107,8 @@ class Packing(unittest.TestCase):
     def test_doubtful_values_are_packed_with_a_warning(self) -> None:
         toml = DESCRIPTION.replace("_variable = true", ' = "r.csv"').replace("-2147483648", "-99999")
         code, told = self.run_program("pack", "m", m=toml.replace("0.1", "1.26e-6"))
-        forms = ('m:18: The result file "r.csv" goes .*', r"m:2: The start of u\[2\], 2.5, holds until .*",
-                 "m:8: The start of k, 1.26e-06, reaches .* as 1e-06.*", "m:9: The start of n, -99999, means .*", "")  # fmt: skip
+        forms = ('m:18: warning: The result file "r.csv" goes .*', r"m:2: warning: The start of u\[2\], 2.5, holds until .*",
+                 "m:8: warning: The start of k, 1.26e-06, reaches .* as 1e-06.*", "m:9: warning: The start of n, -99999, means .*", "")  # fmt: skip
         self.assertRegex(f"{code} {told}", "^0 " + "\n".join(forms) + "$")
         (text,) = (v for v in read_model_description("All.Types-1.fmu").modelVariables if v.type == "String")
         self.assertEqual((text.name, text.valueReference), ("file", 1), "0 is never written to the value file")
