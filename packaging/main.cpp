@@ -17,8 +17,8 @@
 #include "packaging/doctor/doctor.h"
 #include "packaging/findings.h"
 #include "packaging/fmu_tree.h"
-#include "packaging/new.h"
-#include "packaging/pack.h"
+#include "packaging/pack/new.h"
+#include "packaging/pack/pack.h"
 #include "packaging/user_error.h"
 
 namespace {

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "packaging/check/check.h"
-#include "packaging/description.h"
-#include "packaging/layout.h"
-#include "packaging/model_description.h"
-#include "packaging/parameter_file_writer.h"
+#include "packaging/pack/description.h"
+#include "packaging/pack/layout.h"
+#include "packaging/pack/model_description.h"
+#include "packaging/pack/parameter_file_writer.h"
 #include "packaging/shared_object.h"
 #include "packaging/text_forms.h"
 #include "packaging/user_error.h"

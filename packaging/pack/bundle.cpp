@@ -1,4 +1,4 @@
-#include "packaging/bundle.h"
+#include "packaging/pack/bundle.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "packaging/files.h"
+#include "packaging/pack/files.h"
 #include "packaging/shared_object.h"
 #include "packaging/subprocess.h"
 #include "packaging/user_error.h"

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "packaging/units.h"
+#include "packaging/pack/units.h"
 
 namespace packaging {
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "packaging/description.h"
-#include "packaging/layout.h"
+#include "packaging/pack/description.h"
+#include "packaging/pack/layout.h"
 
 namespace packaging {
 

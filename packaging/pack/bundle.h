@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "packaging/archive_writer.h"
+#include "packaging/pack/archive_writer.h"
 
 namespace packaging {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "packaging/description.h"
+#include "packaging/pack/description.h"
 
 namespace packaging {
 

@@ -1,9 +1,9 @@
-#include "packaging/layout.h"
+#include "packaging/pack/layout.h"
 
 #include <algorithm>
 #include <set>
 
-#include "packaging/description_rules.h"
+#include "packaging/pack/description_rules.h"
 
 namespace packaging {
 

@@ -9,7 +9,7 @@
 
 #include <toml++/toml.h>
 
-#include "packaging/mistakes.h"
+#include "packaging/pack/mistakes.h"
 
 namespace packaging {
 

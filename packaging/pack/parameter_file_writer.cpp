@@ -1,4 +1,4 @@
-#include "packaging/parameter_file_writer.h"
+#include "packaging/pack/parameter_file_writer.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

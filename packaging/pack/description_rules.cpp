@@ -1,4 +1,4 @@
-#include "packaging/description_rules.h"
+#include "packaging/pack/description_rules.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -6,8 +6,8 @@
 #include <set>
 
 #include "fmi/fmu_instance.h"
+#include "packaging/pack/toml_section.h"
 #include "packaging/text_forms.h"
-#include "packaging/toml_section.h"
 #include "resources/parameter_files.h"
 #include "resources/resource_location.h"
 #include "util/owners.h"

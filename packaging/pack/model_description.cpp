@@ -1,11 +1,11 @@
-#include "packaging/model_description.h"
+#include "packaging/pack/model_description.h"
 
 #include <map>
 
-#include "packaging/description_rules.h"
+#include "packaging/pack/description_rules.h"
+#include "packaging/pack/xml_writer.h"
 #include "packaging/text_forms.h"
 #include "packaging/user_error.h"
-#include "packaging/xml_writer.h"
 
 namespace packaging {
 

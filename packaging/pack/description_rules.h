@@ -1,8 +1,8 @@
 // What a description must keep to beyond its form, because of what the FMU, the solver's translator or masters do.
 #pragma once
 
-#include "packaging/description.h"
-#include "packaging/mistakes.h"
+#include "packaging/pack/description.h"
+#include "packaging/pack/mistakes.h"
 
 namespace packaging {
 

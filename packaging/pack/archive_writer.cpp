@@ -1,4 +1,4 @@
-#include "packaging/archive_writer.h"
+#include "packaging/pack/archive_writer.h"
 
 #include <cstdint>
 #include <memory>

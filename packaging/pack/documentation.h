@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "packaging/description.h"
-#include "packaging/layout.h"
+#include "packaging/pack/description.h"
+#include "packaging/pack/layout.h"
 
 namespace packaging {
 

@@ -1,4 +1,4 @@
-#include "packaging/files.h"
+#include "packaging/pack/files.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,11 +1,11 @@
-#include "packaging/toml_file.h"
+#include "packaging/pack/toml_file.h"
 
 #include <algorithm>
 #include <string>
 #include <string_view>
 #include <system_error>
 
-#include "packaging/files.h"
+#include "packaging/pack/files.h"
 #include "packaging/text_forms.h"
 #include "packaging/user_error.h"
 

@@ -1,4 +1,4 @@
-#include "packaging/xml_writer.h"
+#include "packaging/pack/xml_writer.h"
 
 #include <new>
 

@@ -1,4 +1,4 @@
-#include "packaging/units.h"
+#include "packaging/pack/units.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
-#include "packaging/new.h"
+#include "packaging/pack/new.h"
 
-#include "packaging/files.h"
+#include "packaging/pack/files.h"
 #include "packaging/text_forms.h"
 #include "packaging/user_error.h"
 

@@ -1,12 +1,12 @@
-#include "packaging/documentation.h"
+#include "packaging/pack/documentation.h"
 
 #include <algorithm>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "packaging/model_description.h"
-#include "packaging/xml_writer.h"
+#include "packaging/pack/model_description.h"
+#include "packaging/pack/xml_writer.h"
 
 namespace packaging {
 

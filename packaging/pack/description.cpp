@@ -1,13 +1,13 @@
-#include "packaging/description.h"
+#include "packaging/pack/description.h"
 
 #include <algorithm>
 #include <limits>
 #include <system_error>
 
-#include "packaging/description_rules.h"
+#include "packaging/pack/description_rules.h"
+#include "packaging/pack/toml_file.h"
+#include "packaging/pack/toml_section.h"
 #include "packaging/text_forms.h"
-#include "packaging/toml_file.h"
-#include "packaging/toml_section.h"
 
 namespace packaging {
 

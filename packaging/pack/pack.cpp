@@ -1,4 +1,4 @@
-#include "packaging/pack.h"
+#include "packaging/pack/pack.h"
 
 #include <algorithm>
 #include <array>
@@ -7,14 +7,14 @@
 #include <system_error>
 #include <utility>
 
-#include "packaging/archive_writer.h"
-#include "packaging/bundle.h"
-#include "packaging/description.h"
-#include "packaging/documentation.h"
-#include "packaging/files.h"
-#include "packaging/layout.h"
-#include "packaging/model_description.h"
-#include "packaging/parameter_file_writer.h"
+#include "packaging/pack/archive_writer.h"
+#include "packaging/pack/bundle.h"
+#include "packaging/pack/description.h"
+#include "packaging/pack/documentation.h"
+#include "packaging/pack/files.h"
+#include "packaging/pack/layout.h"
+#include "packaging/pack/model_description.h"
+#include "packaging/pack/parameter_file_writer.h"
 #include "packaging/shared_object.h"
 #include "packaging/text_forms.h"
 #include "packaging/user_error.h"

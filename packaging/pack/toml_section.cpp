@@ -1,4 +1,4 @@
-#include "packaging/toml_section.h"
+#include "packaging/pack/toml_section.h"
 
 #include <algorithm>
 #include <cmath>
