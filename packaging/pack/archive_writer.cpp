@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
-#include <system_error>
 
 #include <sys/stat.h>
 #include <zip.h>
@@ -55,10 +54,6 @@ void add(zip_t* archive, const ArchiveEntry& entry) {
 } // namespace
 
 void writeArchive(const std::filesystem::path& path, const std::vector<ArchiveEntry>& entries) {
-    // What is there is replaced, and a device or pipe would be, too.
-    std::error_code ignored;
-    if (std::filesystem::exists(path, ignored) && !std::filesystem::is_regular_file(path, ignored))
-        fail("{} can't be written: it is no regular file.", path.string());
     int code = 0;
     Archive archive(zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code));
     if (!archive) {
