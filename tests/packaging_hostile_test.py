@@ -75,7 +75,7 @@ DESCRIPTIONS = {
     "many mistakes": ("".join(f"a{i} = 1\n" for i in range(200_000)), "and 199902 more"),
     "many units": ("[units]\n" + "".join(f"u{i} = {{}}\n" for i in range(300_000)), "m:1: There are more than 10000"),
     "parentheses": (MODEL + f'[[input]]\nsignals = [{{name = "x", unit = "{"(" * 1_000_000}"}}]', "isn't known"),
-    "exponents": (MODEL + '[[input]]\nsignals = [{name = "x", unit = "((((m99)99)99)99)99"}]', "isn't known"),
+    "exponents": (MODEL + '[[input]]\nsignals = [{name = "x", unit = "km99.km99"}]', "isn't known"),
     "control characters": (MODEL + '"\\u001b[31m" = 1', r"no key \?\[31m"),
     "pipe": (MODEL + 'template = "pipe"', "m:4: template: there is no regular file pipe"),
     "device": (MODEL + 'template = "/dev/zero"', "m:4: template: there is no regular file /dev/zero"),
