@@ -174,7 +174,7 @@ std::vector<Dependency> findDependencies(const fs::path& file) {
 }
 
 std::vector<Dependency> findDependenciesOfProgram(const fs::path& file) {
-    return dependenciesIn(traceLoading("/", "", fs::absolute(file).string()), file);
+    return dependenciesIn(traceLoading(".", "", fs::absolute(file).string()), file);
 }
 
 } // namespace packaging
