@@ -69,12 +69,13 @@ void readSymbols(Elf* elf, const GElf_Shdr& header, Elf_Data* data, SharedObject
     for (std::size_t i = 0; i < header.sh_size / std::max<std::size_t>(header.sh_entsize, 1); ++i) {
         GElf_Sym symbol;
         if (gelf_getsym(data, static_cast<int>(i), &symbol) == nullptr) return;
-        const bool isExported = GELF_ST_BIND(symbol.st_info) == STB_GLOBAL || GELF_ST_BIND(symbol.st_info) == STB_WEAK;
-        const bool isFunction = GELF_ST_TYPE(symbol.st_info) == STT_FUNC;
-        if (isExported && isFunction && symbol.st_shndx != SHN_UNDEF)
-            object.functions.insert(textAt(elf, header.sh_link, symbol.st_name));
-        if (isExported && symbol.st_shndx == SHN_UNDEF)
-            object.imports.insert(textAt(elf, header.sh_link, symbol.st_name));
+        const auto binding = GELF_ST_BIND(symbol.st_info);
+        if (binding == STB_LOCAL) continue;
+        const std::string name = textAt(elf, header.sh_link, symbol.st_name);
+        const bool isDefined = symbol.st_shndx != SHN_UNDEF;
+        if (isDefined) object.exports.insert(name);
+        if (isDefined && GELF_ST_TYPE(symbol.st_info) == STT_FUNC) object.functions.insert(name);
+        if (!isDefined && binding != STB_WEAK) object.imports.insert(name);
     }
 }
 
@@ -104,8 +105,9 @@ void readNeededVersions(Elf* elf, const GElf_Shdr& header, Elf_Data* data, Share
              position += version.vna_next) {
             ++count;
             const std::string name = textAt(elf, header.sh_link, version.vna_name);
-            if (name.starts_with(prefix) && isNewer(name.substr(prefix.size()), object.glibc))
-                object.glibc = name.substr(prefix.size());
+            const std::string number = name.starts_with(prefix) ? name.substr(prefix.size()) : "";
+            const bool isNumber = !number.empty() && number[0] >= '0' && number[0] <= '9'; // GLIBC_PRIVATE isn't
+            if (isNumber && isNewer(number, object.glibc)) object.glibc = number;
             if (version.vna_next == 0) break;
         }
         if (library.vn_next == 0) break;
@@ -154,13 +156,17 @@ SharedObject readSharedObject(const fs::path& file) {
     std::set<GElf_Word> seen;
     for (Elf_Scn* section = nullptr; (section = elf_nextscn(elf.get(), section)) != nullptr;) {
         GElf_Shdr header;
-        Elf_Data* data = elf_getdata(section, nullptr);
-        if (gelf_getshdr(section, &header) == nullptr || data == nullptr) continue;
+        if (gelf_getshdr(section, &header) == nullptr) continue;
         if (!seen.insert(header.sh_type).second) continue; // one of each of those that count, however many it claims
-        if (header.sh_type == SHT_DYNAMIC) readDynamicSection(elf.get(), header, data, object);
-        if (header.sh_type == SHT_DYNSYM) readSymbols(elf.get(), header, data, object);
-        if (header.sh_type == SHT_GNU_verneed) readNeededVersions(elf.get(), header, data, object);
+        const auto read = [&](GElf_Word type, auto reader) {
+            Elf_Data* data = header.sh_type == type ? elf_getdata(section, nullptr) : nullptr;
+            if (data != nullptr) reader(elf.get(), header, data, object);
+        };
+        read(SHT_DYNAMIC, readDynamicSection);
+        read(SHT_DYNSYM, readSymbols);
+        read(SHT_GNU_verneed, readNeededVersions);
     }
+    object.hasSections = seen.contains(SHT_DYNSYM);
     return object;
 }
 

@@ -12,8 +12,10 @@ struct SharedObject {
     std::string name;                ///< its soname, or empty
     std::vector<std::string> needed; ///< the libraries that it names, in order
     std::string searchPath;          ///< RUNPATH, or RPATH, as it stands; or empty
+    bool hasSections = false;        ///< without a table of sections nothing of all this is known
     std::set<std::string> functions; ///< exported and defined
-    std::set<std::string> imports;   ///< functions and variables that others have to define
+    std::set<std::string> exports;   ///< the same with everything else: variables, also of threads, indirect functions
+    std::set<std::string> imports;   ///< functions and variables that others have to define; not the weak ones
     std::string glibc;               ///< newest glibc version that a symbol asks for, such as "2.34"; or empty
 };
 

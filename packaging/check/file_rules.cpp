@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <map>
+#include <set>
 #include <system_error>
 
 #include <cstring>
@@ -55,24 +57,63 @@ constexpr std::string_view functions[] = {"fmi2GetTypesPlatform",
                                           "fmi2GetBooleanStatus",
                                           "fmi2GetStringStatus"};
 
-void checkDependencies(const fs::path& file, const Place& place, Report& report) {
-    for (const Dependency& dependency : findDependencies(file))
-        if (dependency.path.empty())
+/// False when one isn't found.
+bool checkDependencies(const fs::path& file, const std::vector<Dependency>& dependencies, const Place& place,
+                       Report& report) {
+    bool areFound = true;
+    for (const Dependency& dependency : dependencies) {
+        if (!dependency.path.empty()) continue;
+        areFound = false;
+        if (isRegularFile(file.parent_path() / dependency.name))
+            report.add("library-origin", place, "The loader doesn't find {}, though it lies beside the library.",
+                       inQuotes(dependency.name));
+        else
             report.add("library-dependency", place, "The loader finds no {} here.", inQuotes(dependency.name));
+    }
+    return areFound;
+}
+
+/// The same that binding all symbols at once would find, but for their versions, and without loading anything.
+void checkSymbols(const SharedObject& library, const std::vector<Dependency>& dependencies, const Place& place,
+                  Report& report) {
+    std::map<std::string, SharedObject> loaded{{place.file, library}};
+    loaded.emplace("the loader", readSharedObject("/lib64/ld-linux-x86-64.so.2"));
+    for (const Dependency& dependency : dependencies)
+        loaded.emplace(dependency.name, readSharedObject(dependency.path));
+
+    std::set<std::string> exports;
+    for (auto& [name, object] : loaded) {
+        if (!object.hasSections)
+            return report.note("library", fmt::format("{} has no section table: symbols aren't looked at", name));
+        exports.merge(object.exports);
+    }
+    for (const auto& [name, object] : loaded)
+        for (const std::string& symbol : object.imports)
+            if (!exports.contains(symbol))
+                report.add("library-symbol", place, "{} needs the symbol {}, which none of the libraries has.",
+                           inQuotes(name), inQuotes(symbol));
+}
+
+void checkFunctions(const SharedObject& library, const Place& place, Report& report) {
+    if (!library.hasSections)
+        return report.add("library-sections", place, "The library has no table of sections that can be read.");
+    for (const std::string_view function : functions)
+        if (!library.functions.contains(std::string(function)))
+            report.add("library-function", place, "The library doesn't export {}.", function);
 }
 
 void checkSharedObject(const fs::path& file, const Place& place, Report& report) {
-    const SharedObject object = readSharedObject(file);
-    for (const std::string_view function : functions)
-        if (!object.functions.contains(std::string(function)))
-            report.add("library-function", place, "The library doesn't export {}.", function);
+    const SharedObject library = readSharedObject(file);
+    checkFunctions(library, place, report);
 
     const char* here = gnu_get_libc_version();
-    if (strverscmp(object.glibc.c_str(), here) > 0)
-        report.add("library-glibc", place, "The library needs glibc {}; this machine has {}.", inQuotes(object.glibc),
-                   here);
-    else
-        checkDependencies(file, place, report);
+    if (strverscmp(library.glibc.c_str(), here) > 0)
+        return report.add("library-glibc", place, "The library needs glibc {}; this machine has {}.",
+                          inQuotes(library.glibc), here);
+    if (!library.glibc.empty()) report.note("library", fmt::format("needs glibc {} or newer", library.glibc));
+    const std::vector<Dependency> dependencies = findDependencies(file);
+    if (checkDependencies(file, dependencies, place, report) && library.hasSections)
+        checkSymbols(library, dependencies, place, report);
 }
 
 /// A message about a file of the FMU, without the folder that it was unpacked to.

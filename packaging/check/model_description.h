@@ -32,6 +32,8 @@ struct Variable {
     bool isCombinationAllowed = true;
 
     int line() const { return element->line; }
+    /// False without an element for its type; that is told once, and `kind` means nothing then.
+    bool isTyped() const { return !value->name.empty(); }
     const XmlAttribute* start() const { return value->find("start"); }
     /// Its own attribute or its declared type's; null when neither has it.
     const XmlAttribute* attribute(std::string_view attributeName) const;

@@ -26,7 +26,7 @@ void checkLengths(const ShapeFile& shape, const NameFile& file, Report& report) 
 const NameLine* nameOf(const Variable& variable, const NameFile& file) {
     const NameList& list = file.listOf(variable.kind);
     const bool isResultFile = variable.kind == Type::string && variable.reference == 0U;
-    const bool isWritten = variable.isSettable() && variable.reference && !isResultFile;
+    const bool isWritten = variable.isTyped() && variable.isSettable() && variable.reference && !isResultFile;
     return isWritten && *variable.reference < list.names.size() ? &list.names[*variable.reference] : nullptr;
 }
 
@@ -43,6 +43,9 @@ void checkNames(const ModelDescription& description, const ShapeFile& shape, con
             report.add("name-empty", place, "The model's name of {} is empty.", inQuotes(variable.name));
         else if (name->name.find(',') != std::string_view::npos)
             report.add("name-comma", place, "The model's name of {} is {}.", inQuotes(variable.name),
+                       inQuotes(name->name));
+        else if (trimmed(name->name).size() != name->name.size())
+            report.add("name-blank", place, "The model's name of {} is {}.", inQuotes(variable.name),
                        inQuotes(name->name));
         else if (const auto [other, isNew] = lines.emplace(name->name, name); !isNew && other->second != name)
             report.add("name-shared", place, "The model's name {} stands in line {}, too.", inQuotes(name->name),

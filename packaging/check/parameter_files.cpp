@@ -33,11 +33,12 @@ public:
         return line <= count() ? std::optional(lines_[static_cast<std::size_t>(line - 1)]) : std::nullopt;
     }
 
-    /// A line that counts something.
+    /// A line that counts something. The library reads as far as there are digits.
     std::optional<std::int32_t> whole(int line, RuleName rule) const {
         const auto text = at(line);
         if (!text) return {};
-        const std::size_t end = text->find_first_of(" \t\r", text->find_first_not_of(" \t"));
+        const std::size_t digits = text->find_first_not_of("+-", text->find_first_not_of(" \t"));
+        const std::size_t end = text->find_first_not_of("0123456789", digits);
         const auto value = wholeOf(text->substr(0, end), 0, std::numeric_limits<std::int32_t>::max());
         if (!value) {
             report_.add(rule, place(line), "The line counts something, but it is {}.", inQuotes(*text));
@@ -104,7 +105,7 @@ bool readPorts(const Lines& lines, int countLine, int listLine, ShapeFile& shape
     if (!widths || !offsets) return false;
     for (std::size_t i = 0; i < widths->size(); ++i)
         shape.ports.push_back(
-            {countLine == portCountLine, static_cast<int>(i) + 1, (*widths)[i], (*offsets)[i], listLine + 1});
+            {countLine == portCountLine, static_cast<int>(i), (*widths)[i], (*offsets)[i], listLine + 1});
     return true;
 }
 

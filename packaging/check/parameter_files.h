@@ -20,7 +20,7 @@ inline const std::string nameFileName = "resources/mv.par";
 /// A block of reals that belongs to a port. An output port has three: values, first and second derivatives.
 struct Port {
     bool isInput = false;
-    int number = 0; ///< from 1
+    int number = 0; ///< from 0
     std::int64_t width = 0;
     std::int64_t offset = 0;
     int line = 0; ///< of its offset

@@ -95,20 +95,19 @@ void checkDescribed(const ShapeFile& shape, const References& inputs, const Refe
     }
 }
 
+/// Judged from the derivative's place: an output may well be the derivative of another output.
 void checkDerivativePlaces(const ModelDescription& description, const ShapeFile& shape, Report& report) {
     for (const Variable& variable : description.variables) {
         const Variable* state = description.at(naturalAttribute(*variable.value, "derivative"));
         if (state == nullptr || state->kind != Type::real || !state->reference || !variable.reference) continue;
-        const Slot slot = slotOf(shape, *state->reference);
-        if (slot.port == nullptr || slot.port->isInput) continue;
-        const std::int64_t expected = *state->reference + slot.port->width;
-        if (slot.block == 2)
+        const Slot slot = slotOf(shape, *variable.reference);
+        if (slot.port == nullptr || slot.block == 0) continue;
+        const std::int64_t expected = *variable.reference - slot.port->width;
+        if (*state->reference != expected)
             report.add("derivative-place", placeOf(variable),
-                       "{} would be a third derivative, which the library has not.", inQuotes(variable.name));
-        else if (*variable.reference != expected)
-            report.add("derivative-place", placeOf(variable),
-                       "{} has value reference {}, but the derivative of {} has {}.", inQuotes(variable.name),
-                       *variable.reference, inQuotes(state->name), expected);
+                       "Value reference {} holds the derivative of {}, but {} is described as that of {}, which is {}.",
+                       *variable.reference, expected, inQuotes(variable.name), inQuotes(state->name),
+                       *state->reference);
     }
 }
 
@@ -146,8 +145,10 @@ void checkReferences(const ModelDescription& description, const ShapeFile& shape
     for (const Variable& variable : description.variables) {
         const auto count = shape.countOf(variable.kind);
         if (!variable.reference) continue;
-        std::int64_t& end = used[static_cast<std::size_t>(variable.kind)];
-        end = std::max<std::int64_t>(end, std::int64_t{*variable.reference} + 1);
+        for (std::size_t i = 0; i < used.size(); ++i) // one without a type may be of any
+            if (!variable.isTyped() || i == static_cast<std::size_t>(variable.kind))
+                used[i] = std::max<std::int64_t>(used[i], std::int64_t{*variable.reference} + 1);
+        if (!variable.isTyped()) continue;
         if (count && *variable.reference >= static_cast<std::uint32_t>(*count))
             report.add("reference-range", placeOf(variable), "{} has value reference {}, but fmu2ts.par counts {} {}s.",
                        inQuotes(variable.name), *variable.reference, *count,
@@ -168,7 +169,7 @@ void checkPorts(const ModelDescription& description, const ShapeFile& shape, Rep
     const References inputs = referencesOf(description, Causality::input);
     const auto nReal = shape.countOf(Type::real);
     for (const Variable& variable : description.variables) {
-        if (!variable.reference || variable.variability == Variability::constant) continue;
+        if (!variable.isTyped() || !variable.reference || variable.variability == Variability::constant) continue;
         if (variable.kind == Type::real && nReal && *variable.reference >= static_cast<std::uint32_t>(*nReal)) continue;
         const Slot slot = variable.kind == Type::real ? slotOf(shape, *variable.reference) : Slot{};
         if (slot.port != nullptr)

@@ -30,7 +30,11 @@ void Report::keep(RuleName rule, const Place& place, std::string what) {
     entries_.push_back({&rule.rule(), {printable(place.file), place.line}, std::move(what)});
 }
 
+void Report::note(std::string_view heading, const std::string& what) { notes_.emplace_back(heading, printable(what)); }
+
 void Report::handOver(Findings& findings) {
+    for (const auto& [heading, what] : notes_) findings.note(heading, what);
+    notes_.clear();
     for (std::size_t i = 0; i < counts_.size(); ++i)
         if (const int hidden = counts_[i].found - shownOfARule; hidden > 0)
             entries_.push_back(

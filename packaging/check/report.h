@@ -26,7 +26,11 @@ public:
         if (isShown(rule, place)) keep(rule, place, fmt::format(text, std::forward<Arguments>(arguments)...));
     }
 
-    /// Hands everything on, sorted by file and line. Of each rule some are shown; the rest are counted in one more.
+    /// Adds what was looked at and is in order; `heading` as `Finding::rule` of a note.
+    void note(std::string_view heading, const std::string& what);
+
+    /// Hands everything on: the notes, then the findings sorted by file and line. Of each rule some are shown; the rest
+    /// are counted in one more.
     void handOver(Findings& findings);
 
 private:
@@ -43,6 +47,7 @@ private:
     bool isShown(RuleName rule, const Place& place);
     void keep(RuleName rule, const Place& place, std::string what);
 
+    std::vector<std::pair<std::string, std::string>> notes_; ///< heading and text
     std::vector<Entry> entries_;
     std::array<Count, std::size(allRules)> counts_;
 };

@@ -1,7 +1,11 @@
 #include <algorithm>
+#include <system_error>
+#include <utility>
 
 #include "packaging/check/file_access.h"
 #include "packaging/check/rules.h"
+#include "resources/resource_location.h"
+#include "util/owners.h"
 
 namespace packaging::checking {
 
@@ -13,6 +17,7 @@ constexpr std::size_t lineBuffer = 1023; // characters that the library reads at
 constexpr std::size_t longestFileName = 255;
 constexpr std::string_view word = "modelName";
 constexpr std::string_view extension = ".xml";
+constexpr std::string_view resourcesLocation = "file:///resources/"; // its folder doesn't matter
 
 /// What the library takes for the model's name, and from which line.
 struct Scan {
@@ -53,28 +58,51 @@ bool isAllowed(char character) {
            (character >= '0' && character <= '9') || character == '_' || character == '.' || character == '-';
 }
 
+/// The solver is told the path of a location, to which a name is joined as it is. Gives this path when it isn't that of
+/// the name, otherwise an empty text.
+std::string changedPath(std::string_view location, std::string_view name) {
+    constexpr std::string_view scheme = "file://";
+    const std::string whole = fmt::format("{}{}", location, name.substr(0, name.find('\0')));
+    const MallocText path(convert_URI_to_path(whole.c_str()));
+    const std::string told = path != nullptr ? path.get() : "no name";
+    return told == (location.empty() ? whole : whole.substr(scheme.size())) ? "" : told;
+}
+
 void checkModelFiles(const fs::path& resources, const std::string& name, const ShapeFile* shape, Report& report) {
     const std::string modelFile = name + ".xml", templateFile = name + ".mdl";
+    std::error_code ignored;
     if (isRegularFile(resources / modelFile))
         report.add("model-file-present", {"resources/" + modelFile, 0}, "The model file {} is there already.",
                    modelFile);
     else if (!isReadable(resources / templateFile))
         report.add("template-missing", {"resources/" + templateFile, 0}, "There is no template {} that can be read.",
                    templateFile);
+    else if (fs::file_size(resources / templateFile, ignored) == 0)
+        report.add("template-missing", {"resources/" + templateFile, 0}, "The template {} is empty.", templateFile);
     if (shape != nullptr && shape->modelFile && *shape->modelFile != modelFile)
         report.add("model-file-name", {shapeFileName, modelFileLine},
                    "The model file is called {} here, but {} by the model's name.", inQuotes(*shape->modelFile),
                    modelFile);
 }
 
+/// The library of line 12. It is joined to the resources' location, also when it begins with a slash.
+void checkSolverFile(const fs::path& resources, const std::string& name, Report& report) {
+    const Place place{shapeFileName, solverFileLine};
+    const fs::path file = fs::path(name).relative_path().lexically_normal();
+    if (!file.empty() && *file.begin() == "..")
+        report.add("solver-file-missing", place, "{} leads out of the resources.", inQuotes(name));
+    else if (name.size() > lineBuffer || !isRegularFile(resources / file))
+        report.add("solver-file-missing", place, "There is no file {} in the resources.", inQuotes(name));
+}
+
 void checkNamedFiles(const fs::path& resources, const ShapeFile& shape, Report& report) {
-    if (shape.resultFile && shape.resultFile->find_first_of("/\\") == std::string_view::npos)
-        report.add("result-file", {shapeFileName, resultFileLine}, "The result file is {}.",
-                   shape.resultFile->empty() ? "\"fmu.mrf\", since the line is empty" : inQuotes(*shape.resultFile));
-    if (shape.solverFile && !shape.solverFile->empty() &&
-        (shape.solverFile->size() > lineBuffer || !isRegularFile(resources / *shape.solverFile)))
-        report.add("solver-file-missing", {shapeFileName, solverFileLine}, "There is no file {} in the resources.",
-                   inQuotes(*shape.solverFile));
+    for (const auto& [name, line] : {std::pair(shape.modelFile, modelFileLine), {shape.solverFile, solverFileLine}})
+        if (const std::string path = changedPath(resourcesLocation, name.value_or("")); !path.empty())
+            report.add("file-name-uri", {shapeFileName, line}, "The file is called {}, but the solver is told {}.",
+                       inQuotes(*name), inQuotes(path));
+    if (shape.solverFile && !shape.solverFile->empty())
+        checkSolverFile(resources, std::string(*shape.solverFile), report);
+    if (shape.resultFile) checkResultFile(*shape.resultFile, {shapeFileName, resultFileLine}, report);
 }
 
 void checkCopy(const fs::path& resources, const std::string& description, Report& report) {
@@ -115,6 +143,16 @@ std::optional<std::string> checkModelName(const ModelDescription& description, c
         return {};
     }
     return name;
+}
+
+void checkResultFile(std::string_view name, const Place& place, Report& report) {
+    const bool isBare = name.find_first_of("/\\") == std::string_view::npos;
+    if (isBare)
+        report.add("result-file", place, "The result file is {}.",
+                   name.empty() ? "\"fmu.mrf\", since the line is empty" : inQuotes(name));
+    if (const std::string path = changedPath(isBare ? resourcesLocation : "", name); !path.empty())
+        report.add("result-file-uri", place, "The result file is called {}, but the solver is told {}.", inQuotes(name),
+                   inQuotes(path));
 }
 
 void checkResources(const fs::path& root, const std::optional<std::string>& modelName, const std::string& description,

@@ -36,6 +36,13 @@ inline constexpr Rule allRules[] = {
      "Take the libtessaro_fmu.so that belongs to this program."},
     {"library-dependency", Severity::error, "The FMU can't be loaded on this machine.",
      "Install the missing library, or bundle it beside the FMU's."},
+    {"library-origin", Severity::error, "The FMU can't be loaded on this machine.",
+     "Give the library that needs it the search path $ORIGIN (RUNPATH), as tessaro-fmu pack --bundle does."},
+    {"library-symbol", Severity::error, "Masters that bind all symbols at once refuse the FMU; others end at the call.",
+     "Link the library with what defines the symbol, and with -Wl,--no-undefined."},
+    {"library-sections", Severity::warning,
+     "The loader takes it, but which functions it has and what it needs can't be looked into.",
+     "Take libtessaro_fmu.so as it was built, or strip it with strip."},
     {"library-glibc", Severity::error, "The FMU can't be loaded on this machine.",
      "Build the library on a system at least as old as the oldest one that is to run it."},
 
@@ -116,7 +123,7 @@ inline constexpr Rule allRules[] = {
     {"start-precision", Severity::warning, "The value file has six decimals; what the master sets is rounded to them.",
      "Choose a unit in which the value is larger."},
     {"start-infinite", Severity::error, "The solver's translator gets a word, not a number.", "Give a finite value."},
-    {"start-marker", Severity::error, "The value marks a variable as never set: the model keeps its own value.",
+    {"start-marker", Severity::warning, "The value marks a variable as never set: the model keeps its own value.",
      "Choose another value, if ever so little different."},
     {"start-lost", Severity::warning,
      "The library sets all values to 0 when initialization begins; only parameters reach the model.",
@@ -176,7 +183,7 @@ inline constexpr Rule allRules[] = {
     {"value-unserved", Severity::warning, "Nobody writes the variable during the run: it stays 0.", "Leave it out."},
     {"derivative-place", Severity::error,
      "The library puts derivatives one and two port widths behind the output's value.",
-     "Give the derivative the value reference of its output plus the port's width, twice for the second."},
+     "Let derivative be the index, from 1, of the variable that lies one port width before, or move the derivative."},
     {"reference-range", Severity::error, "The library refuses every call with this value reference.",
      "Count the variable in fmu2ts.par, or correct its value reference."},
     {"count-unused", Severity::warning, "Memory is taken for variables that nobody can use.", ""},
@@ -184,6 +191,13 @@ inline constexpr Rule allRules[] = {
     {"result-file", Severity::warning,
      "A name without a folder ends in the resources, with most masters a temporary folder: the results are lost.",
      "Write ./ before the name for the master's working directory."},
+    {"file-name-uri", Severity::error,
+     "The name becomes part of a URI: what stands behind # or ? is cut, % is decoded, and blanks, umlauts, brackets "
+     "and "
+     "braces leave it unconverted.",
+     "Use letters, digits, underscores, full stops and hyphens."},
+    {"result-file-uri", Severity::warning, "The name is taken as a URI, or as a part of one: the results go elsewhere.",
+     "Use letters, digits, underscores, full stops and hyphens."},
     {"solver-file-missing", Severity::error, "The solver is told to load it from the resources.",
      "Add the file, or empty line 12."},
 
@@ -195,6 +209,8 @@ inline constexpr Rule allRules[] = {
     {"names-extra", Severity::warning, "The library reads four lists and nothing behind them.", "Remove the lines."},
     {"name-empty", Severity::error, "The value reaches no variable of the model.", "Name the model's variable."},
     {"name-comma", Severity::error, "In the value file the name ends at the comma.", "Rename the model's variable."},
+    {"name-blank", Severity::warning, "The solver's translator knows no such parameter: blanks count.",
+     "Remove the blanks around the name."},
     {"name-shared", Severity::error, "Two values for one name stand in the value file, and one of them is lost.", ""},
 
     // The model

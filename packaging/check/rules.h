@@ -44,6 +44,10 @@ void checkNames(const ModelDescription& description, const ShapeFile& shape, con
 /// How the library finds the model's name in the text of the description. Gives the name when it may be used.
 std::optional<std::string> checkModelName(const ModelDescription& description, const std::string& text, Report& report);
 
+/// The name of the result file, from the parameter file or a string's start value: where it goes, what the solver is
+/// told.
+void checkResultFile(std::string_view name, const Place& place, Report& report);
+
 /// The files that the resources hold besides the parameter files. `shape` may be null.
 void checkResources(const std::filesystem::path& root, const std::optional<std::string>& modelName,
                     const std::string& description, const ShapeFile* shape, Report& report);

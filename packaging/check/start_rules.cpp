@@ -2,26 +2,22 @@
 
 #include "fmi/fmu_instance.h"
 #include "packaging/check/rules.h"
+#include "packaging/value_file.h"
 
 namespace packaging::checking {
 
 namespace {
 
-constexpr double tolerableChange = 1e-9;
 constexpr std::size_t longestResultFile = 1023;
 
 Place placeOf(const Variable& variable) { return {descriptionFile, variable.start()->line}; }
 
-/// What is left of a value behind the six decimals of the value file.
-double asWritten(double value) { return realOf(fmt::format("{:.6f}", value)).value_or(value); }
-
 void checkReal(const Variable& variable, double value, Report& report) {
-    const double written = std::isfinite(value) ? asWritten(value) : value;
     if (!std::isfinite(value))
         report.add("start-infinite", placeOf(variable), "{} starts at {}.", inQuotes(variable.name), value);
     else if (value == neverSetReal)
         report.add("start-marker", placeOf(variable), "{} starts at {}.", inQuotes(variable.name), value);
-    else if (std::abs(written - value) > tolerableChange * std::abs(value))
+    else if (losesDigits(value))
         report.add("start-precision", placeOf(variable), "{} starts at {}, which becomes {:.6f}.",
                    inQuotes(variable.name), value, value);
 }
@@ -36,8 +32,8 @@ void checkString(const Variable& variable, Report& report) {
     if (text.size() > longestResultFile)
         report.add("string-length", placeOf(variable), "The start value of {} has {} bytes.", inQuotes(variable.name),
                    text.size());
-    else if (text.find_first_of("/\\") == std::string::npos)
-        report.add("result-file", placeOf(variable), "The result file is {}.", inQuotes(text));
+    else
+        checkResultFile(text.find(".mrf") == std::string::npos ? text + ".mrf" : text, placeOf(variable), report);
 }
 
 void checkParameter(const Variable& variable, Report& report) {
@@ -67,7 +63,7 @@ void checkStartValues(const ModelDescription& description, Report& report) {
         if (variable.causality == Causality::parameter && variable.variability == Variability::tunable)
             report.add("parameter-tunable", {descriptionFile, variable.line()}, "{} is tunable.",
                        inQuotes(variable.name));
-        if (variable.start() == nullptr || !variable.isCombinationAllowed) continue;
+        if (!variable.isTyped() || variable.start() == nullptr || !variable.isCombinationAllowed) continue;
         if (variable.causality == Causality::parameter)
             checkParameter(variable, report);
         else

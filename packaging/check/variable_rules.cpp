@@ -30,8 +30,7 @@ void checkVariableNames(const ModelDescription& description, Report& report) {
 /// False when causality and variability don't go together; the rules for start values then make no sense.
 bool checkCombination(const Variable& variable, Report& report) {
     const bool isFree = variable.causality == Causality::input || variable.causality == Causality::independent;
-    if (variable.variability == Variability::continuous && variable.value->name != "Real" &&
-        !variable.value->name.empty())
+    if (variable.variability == Variability::continuous && variable.value->name != "Real")
         report.add("continuous-type", placeOf(variable), "{} is of type {} and continuous.", inQuotes(variable.name),
                    variable.value->name);
     else if (!variable.isCombinationAllowed)
@@ -126,7 +125,7 @@ private:
 void checkAliases(const ModelDescription& description, Report& report) {
     std::vector<const Variable*> sorted;
     for (const Variable& variable : description.variables)
-        if (variable.reference) sorted.push_back(&variable);
+        if (variable.isTyped() && variable.reference) sorted.push_back(&variable);
     const auto key = [](const Variable* variable) { return std::pair(variable->kind, *variable->reference); };
     std::ranges::stable_sort(sorted, {}, key);
     for (auto first = sorted.begin(); first != sorted.end();) {
@@ -141,6 +140,7 @@ void checkAliases(const ModelDescription& description, Report& report) {
 void checkVariables(const ModelDescription& description, Report& report) {
     checkVariableNames(description, report);
     for (const Variable& variable : description.variables) {
+        if (!variable.isTyped()) continue;
         if (checkCombination(variable, report)) checkStart(variable, report);
         checkLimits(variable, report);
         checkDerivative(description, variable, report);

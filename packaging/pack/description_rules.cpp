@@ -1,13 +1,12 @@
 #include "packaging/pack/description_rules.h"
 
-#include <cmath>
-#include <cstdlib>
 #include <map>
 #include <set>
 
 #include "fmi/fmu_instance.h"
 #include "packaging/pack/toml_section.h"
 #include "packaging/text_forms.h"
+#include "packaging/value_file.h"
 #include "resources/parameter_files.h"
 #include "resources/resource_location.h"
 #include "util/owners.h"
@@ -139,16 +138,15 @@ public:
 
     /// Values pass through the value file in fixed notation, and one value stands for "never set".
     void checkReal(double value, int line, const std::string& name) {
-        const double passed = std::strtod(fmt::format("{:.6f}", value).c_str(), nullptr);
         if (value == neverSetReal)
             warn(description_, line,
                  "The start of {}, {}, means \"never set\": the solver's model keeps its own value.", name,
                  shortest(value));
-        else if (std::abs(passed - value) > 1e-6 * std::abs(value))
+        else if (losesDigits(value))
             warn(description_, line,
                  "The start of {}, {}, reaches the solver with six decimals, as {}: choose another "
                  "unit.",
-                 name, shortest(value), shortest(passed));
+                 name, shortest(value), shortest(throughValueFile(value)));
     }
 
     void checkLimit(const Parameter& parameter, const std::optional<Value>& limit, bool isUpper) {
