@@ -65,13 +65,18 @@ void readDynamicSection(Elf* elf, const GElf_Shdr& header, Elf_Data* data, Share
     }
 }
 
+/// A damaged file may name long texts over and over.
 void readSymbols(Elf* elf, const GElf_Shdr& header, Elf_Data* data, SharedObject& object) {
+    std::size_t room = 256U << 20U;
     for (std::size_t i = 0; i < header.sh_size / std::max<std::size_t>(header.sh_entsize, 1); ++i) {
         GElf_Sym symbol;
         if (gelf_getsym(data, static_cast<int>(i), &symbol) == nullptr) return;
         const auto binding = GELF_ST_BIND(symbol.st_info);
         if (binding == STB_LOCAL) continue;
         const std::string name = textAt(elf, header.sh_link, symbol.st_name);
+        if (name.size() > room) fail("A shared library has more than 256 MiB of symbols.");
+        room -= name.size();
+
         const bool isDefined = symbol.st_shndx != SHN_UNDEF;
         if (isDefined) object.exports.insert(name);
         if (isDefined && GELF_ST_TYPE(symbol.st_info) == STT_FUNC) object.functions.insert(name);

@@ -64,7 +64,8 @@ bool checkDependencies(const fs::path& file, const std::vector<Dependency>& depe
     for (const Dependency& dependency : dependencies) {
         if (!dependency.path.empty()) continue;
         areFound = false;
-        if (isRegularFile(file.parent_path() / dependency.name))
+        const bool isPath = dependency.name.find('/') != std::string::npos;
+        if (!isPath && isRegularFile(file.parent_path() / dependency.name))
             report.add("library-origin", place, "The loader doesn't find {}, though it lies beside the library.",
                        inQuotes(dependency.name));
         else

@@ -105,9 +105,8 @@ void checkDerivativePlaces(const ModelDescription& description, const ShapeFile&
         const std::int64_t expected = *variable.reference - slot.port->width;
         if (*state->reference != expected)
             report.add("derivative-place", placeOf(variable),
-                       "Value reference {} holds the derivative of {}, but {} is described as that of {}, which is {}.",
-                       *variable.reference, expected, inQuotes(variable.name), inQuotes(state->name),
-                       *state->reference);
+                       "{} lies one port width behind value reference {}, but derivative names {}, which has {}.",
+                       inQuotes(variable.name), expected, inQuotes(state->name), *state->reference);
     }
 }
 

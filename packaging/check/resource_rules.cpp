@@ -64,7 +64,7 @@ std::string changedPath(std::string_view location, std::string_view name) {
     constexpr std::string_view scheme = "file://";
     const std::string whole = fmt::format("{}{}", location, name.substr(0, name.find('\0')));
     const MallocText path(convert_URI_to_path(whole.c_str()));
-    const std::string told = path != nullptr ? path.get() : "no name";
+    const std::string told = path != nullptr && *path != '\0' ? path.get() : "no name";
     return told == (location.empty() ? whole : whole.substr(scheme.size())) ? "" : told;
 }
 

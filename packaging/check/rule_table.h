@@ -193,8 +193,7 @@ inline constexpr Rule allRules[] = {
      "Write ./ before the name for the master's working directory."},
     {"file-name-uri", Severity::error,
      "The name becomes part of a URI: what stands behind # or ? is cut, % is decoded, and blanks, umlauts, brackets "
-     "and "
-     "braces leave it unconverted.",
+     "and braces leave it unconverted.",
      "Use letters, digits, underscores, full stops and hyphens."},
     {"result-file-uri", Severity::warning, "The name is taken as a URI, or as a part of one: the results go elsewhere.",
      "Use letters, digits, underscores, full stops and hyphens."},
