@@ -44,13 +44,6 @@ Archive openArchive(const fs::path& path) {
     return archive;
 }
 
-fs::path makeTemporaryFolder() {
-    std::string name = (fs::temp_directory_path() / "tessaro-fmu-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr)
-        fail("No temporary folder can be made in {}.", fs::temp_directory_path().string());
-    return name;
-}
-
 /// So much may come out of an archive of any size.
 constexpr std::uint64_t harmless = 64U << 20U;
 
@@ -170,20 +163,9 @@ FmuTree::FmuTree(const fs::path& path, Findings& findings, const UnpackingLimits
         fail("The archive holds {} entries; {} are unpacked at most.", zip_get_num_entries(archive.get(), 0),
              limits.files);
     Report report;
-    temporary_ = makeTemporaryFolder();
-    root_ = temporary_;
-    try {
-        Unpacking(archive.get(), root_, report, limits.files, mostBytes(path, limits)).unpack();
-        report.handOver(findings);
-    } catch (...) {
-        fs::remove_all(temporary_, ignored);
-        throw;
-    }
-}
-
-FmuTree::~FmuTree() {
-    std::error_code ignored;
-    if (!temporary_.empty()) fs::remove_all(temporary_, ignored);
+    root_ = temporary_.emplace().path();
+    Unpacking(archive.get(), root_, report, limits.files, mostBytes(path, limits)).unpack();
+    report.handOver(findings);
 }
 
 } // namespace packaging

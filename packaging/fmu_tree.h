@@ -4,9 +4,10 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <vector>
+#include <optional>
 
 #include "packaging/findings.h"
+#include "packaging/temporary_folder.h"
 
 namespace packaging {
 
@@ -25,17 +26,14 @@ public:
     /// deeply) are reported.
     /// Throws UserError when there is nothing that can be read, when the archive is damaged or a limit is met.
     FmuTree(const std::filesystem::path& path, Findings& findings, const UnpackingLimits& limits = {});
-    ~FmuTree();
-    FmuTree(const FmuTree&) = delete;
-    FmuTree& operator=(const FmuTree&) = delete;
 
     /// The folder that holds modelDescription.xml.
     const std::filesystem::path& root() const { return root_; }
-    bool isArchive() const { return !temporary_.empty(); }
+    bool isArchive() const { return temporary_.has_value(); }
 
 private:
     std::filesystem::path root_;
-    std::filesystem::path temporary_; ///< empty for a folder
+    std::optional<TemporaryFolder> temporary_; ///< none for a folder
 };
 
 } // namespace packaging

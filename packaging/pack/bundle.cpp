@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <string_view>
-#include <system_error>
 
 #include "packaging/pack/files.h"
 #include "packaging/shared_object.h"
 #include "packaging/subprocess.h"
+#include "packaging/temporary_folder.h"
 #include "packaging/user_error.h"
 
 namespace packaging {
@@ -21,25 +20,6 @@ namespace fs = std::filesystem;
 constexpr std::array<std::string_view, 12> systemLibraries{
     "libc.so.6",    "libm.so.6",      "libdl.so.2",  "libpthread.so.0", "librt.so.1",    "libutil.so.1",
     "libmvec.so.1", "libresolv.so.2", "libanl.so.1", "libstdc++.so.6",  "libgcc_s.so.1", "ld-linux-x86-64.so.2"};
-
-class TemporaryFolder {
-public:
-    TemporaryFolder() : path_((fs::temp_directory_path() / "tessaro-fmu-XXXXXX").string()) {
-        if (mkdtemp(path_.data()) == nullptr)
-            fail("No temporary folder can be made in {}.", fs::temp_directory_path().string());
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    fs::path path() const { return path_; }
-
-private:
-    std::string path_;
-};
 
 /// The file's content, changed so that the loader looks for what it needs beside it first.
 std::string lookingBesideItself(const fs::path& library, const fs::path& copy) {
