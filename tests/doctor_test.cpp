@@ -81,7 +81,13 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"sed -i s/libxml2.so/libxml0.so/ root/$BATCH", "error translator-dependency"},
         {"mkdir root/pldesktop; cp -r root/io root/pldesktop; sed -i 1s,^,#!/none\\n, root/$BATCH",
          "warning translator-dependency"},
+        {"rm root/$BATCH; printf '#!/bin/sh\r\n' > root/$BATCH; chmod +x root/$BATCH", "error translator-dependency"},
         {"rm car/modelDescription.xml car/resources/modelDescription.xml", "error description-missing"},
+        {"rm car/modelDescription.xml", "warning description-missing"},
+        {"rm car/modelDescription.xml; cd car; $PYTHON -m zipfile -c ../rootless.fmu *; cd ..; FMU=rootless.fmu",
+         "error description-missing"},
+        {"echo '<' >> car/modelDescription.xml", "error description-unreadable"},
+        {"sed -i s/modelIdentifier/name/ car/modelDescription.xml", "error description-unreadable"},
         {"sed -i s/modelName/name/ car/modelDescription.xml", "error model-name"},
         {"sed -i '/modelName=/s/>/ author=\"\">/' car/modelDescription.xml", "error model-name"},
         {"sed -i 's/modelName=\"/&(/' car/modelDescription.xml; mv $MODEL.mdl 'car/resources/(QuarterCar.mdl'",
@@ -91,8 +97,17 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         // Without a template a model file is meant to be there, and no translator is needed.
         {"mv $MODEL.mdl $MODEL.xml; rm root/$BATCH", ""},
         {"rm car/resources/fmu2ts.par", "error parameter-file"},
+        {"sed -i 4s/.*/9/ car/resources/fmu2ts.par", "error parameter-file"},
+        {"sed -i 6s/.*/-1/ car/resources/fmu2ts.par", "error parameter-file"},
+        {"sed -i 17s/.*/100/ car/resources/fmu2ts.par", "error port-layout"},
+        {"sed -i 1s/.*/2000000000/ car/resources/mv.par", "error parameter-file"},
+        {"rm car/resources/mv.par", ""},
         {"sed -i s,./Quarter,/none/Quarter, car/resources/fmu2ts.par", "warning result-not-writable"},
         {"rm -r car/binaries", "error fmu-library-missing"},
+        {"mv car/binaries/linux64/*.so car/binaries/linux64/x.so", "error fmu-library-missing"},
+        {"sed -i 's/modelIdentifier=\"/&lib_/' car/modelDescription.xml; cd car/binaries/linux64\n"
+         "mv *.so lib_QuarterCar.so; cd ../../..",
+         ""},
         {"sed -i 's/libxml2.so/libxml0.so/' car/binaries/linux64/*.so", "error library-dependency"},
         {"FMU='\xc3\xbc car'; mv car \"$FMU\"", "warning location-characters"},
         {"export TMPDIR=$PWD/'\xc3\xbc'; mkdir \"$TMPDIR\"; FMU=car.fmu", "warning location-characters"},
@@ -109,10 +124,13 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
 
 TEST(Doctor, ListsWhatItFound) {
     const std::string text = printedAfter("SOLVER=--solver") + printedAfter("SOLVER=--solver; FMU=");
-    const std::string indent(20, ' '), end = "\nsolver              driven through 4 steps, the first of 0.01 s\n\n";
+    const std::string indent(20, ' '),
+        end = "\nsolver              driven through 4 of 4 steps, the first of 0.01 s\n\n";
     EXPECT_NE(text.find("\n" + indent + "derived from KORVAN_FMU_ROOT; loads, has its four functions\n"), text.npos)
         << text;
     EXPECT_NE(text.find(end + "car: nothing wrong found\ntessaro-fmu: --solver needs an FMU: "), text.npos) << text;
+    const std::string stopped = printedAfter("SOLVER=--solver; misbehave 'level 5 at the start'");
+    EXPECT_EQ(stopped.find("driven through"), stopped.npos) << stopped;
 }
 
 TEST(Doctor, NamesWhatASolverDoesWrong) {
@@ -128,7 +146,9 @@ TEST(Doctor, NamesWhatASolverDoesWrong) {
         {"report an error and throw at the end",
          "error solver-error: The solver reports in " + call + ": the spring broke, " +
              "error solver-exception: blkTerminate, called inside MessageHandler, throws an exception."},
-        {"level 7", "warning message-level: A message has the level 7 in " + call + ": the spring is gone"},
+        {"level 7", "error message-level: A message has the level 7 in " + call + ": the spring is gone"},
+        {"level 5 at the start", "error message-level: A message has the level 5 in blkStart: boom"},
+        {"level -1", "warning message-ignored: A message has the level -1 in " + call + ": (the text is null)"},
         {"start without outputs", "warning no-initial-outputs: blkStart doesn't write output port 1, signal 0."},
         {"request without outputs", "error output-not-written: " + call + " doesn't write output port 1, signal 0."},
         {"no derivatives",
@@ -148,6 +168,20 @@ TEST(Doctor, NamesWhatASolverDoesWrong) {
     for (const auto& [misbehaviour, told] : misbehaviours)
         EXPECT_EQ(toldAfter(std::string("SOLVER='--solver --time-limit 1'; misbehave '") + misbehaviour + "'", true),
                   told);
+}
+
+TEST(Doctor, SaysWhatHelpsAndWhatItSaw) {
+    const std::pair<const char*, const char*> told[] = {
+        {"sed -i s,./Quarter,results/Quarter, car/resources/fmu2ts.par", "Make the folder, "},
+        {"sed -i 's,./Quarter,~/Quarter,' car/resources/fmu2ts.par", "Nobody expands a ~ "},
+        {"sed -i s/x/x/ root/$BATCH; chmod -x root/$BATCH", "chmod +x '"},
+        {"sed -i 's/modelName=/modelName = /' car/modelDescription.xml",
+         "takes \" \"QuarterCar.xml\" for the name of the model file; the model's name is \"QuarterCar\"."},
+        {"sed -i \"s/modelName=/\\n$(printf %01020d 0 | tr 0 ' ')&/\" car/modelDescription.xml",
+         "finds no name for the model file; the model's name is \"QuarterCar\"."},
+        {"SOLVER=--solver; misbehave 'talk and crash'", "the last words\n"},
+    };
+    for (const auto& [script, text] : told) EXPECT_NE(printedAfter(script).find(text), std::string::npos) << script;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // An interface library that does wrong what is named by the environment variable MISBEHAVIOUR.
 #include <cmath>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -36,12 +37,14 @@ void writeOutputs(void* handle, Access* access, bool all, bool derivatives) {
 }
 
 void misbehave(void* handle, Access* access) {
+    if (does("talk")) std::printf("%0*d\nthe last words\n", 3 << 20, 0);
     if (does("crash")) std::raise(SIGSEGV);
     if (does("hang")) pause();
     if (does("exit")) _exit(3);
     if (does("break")) throw std::runtime_error("the spring broke");
     if (does("report an error")) access->MessageHandler(handle, "the spring broke", 2);
     if (does("level 7")) access->MessageHandler(handle, "the spring is gone", 7);
+    if (does("level -1")) access->MessageHandler(handle, nullptr, -1);
     if (does("not a number")) *access->GetOutputPortRealSignalPtrs(handle, 1) = std::nan("");
     if (does("ask for port 3")) access->GetOutputPortRealSignalPtrs(handle, 3);
     if (does("null handle")) access->GetNumInputPorts(nullptr);
@@ -60,6 +63,7 @@ void blkStart(void* handle, Access* access) {
     run.handle = handle;
     run.access = access;
     writeOutputs(handle, access, !does("start without outputs"), true);
+    if (does("level 5 at the start")) access->MessageHandler(handle, "boom", 5);
 }
 
 void blkDepositPlantInput(void* /*handle*/, int /*flag*/, Access* /*access*/, double time) {

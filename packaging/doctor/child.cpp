@@ -26,10 +26,13 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t mostKept = 1 << 20;
 constexpr int pollMilliseconds = 20;
 
+/// What is kept of a long text.
+enum class Kept { begin, end };
+
 /// A pipe whose reading end doesn't block.
 class Pipe {
 public:
-    Pipe() {
+    explicit Pipe(Kept kept) : kept_(kept) {
         if (pipe2(ends_.data(), O_CLOEXEC) != 0) fail("No child process can be started: {}.", std::strerror(errno));
         fcntl(ends_[0], F_SETFL, O_NONBLOCK);
     }
@@ -53,11 +56,17 @@ public:
         std::array<char, 4096> block{};
         ssize_t size = 0;
         while ((size = read(ends_[0], block.data(), block.size())) > 0)
-            if (text.size() < mostKept) text.append(block.data(), static_cast<std::size_t>(size));
+            take(text, {block.data(), static_cast<std::size_t>(size)});
     }
 
 private:
+    void take(std::string& text, std::string_view block) const {
+        if (kept_ == Kept::end || text.size() < mostKept) text += block;
+        if (kept_ == Kept::end && text.size() > 2 * mostKept) text.erase(0, text.size() - mostKept);
+    }
+
     std::array<int, 2> ends_{};
+    Kept kept_;
 };
 
 [[noreturn]] void runTask(const std::function<void(int report)>& task, int report, int output) {
@@ -79,7 +88,8 @@ private:
     _exit(code);
 }
 
-/// Waits for the end of the child, or until `end`, and takes what it writes meanwhile. True when it ended by itself.
+/// Waits for the end of the child, or until `end`, and takes what it writes meanwhile. True when
+/// it ended by itself.
 bool await(pid_t child, Clock::time_point end, const Pipe& report, const Pipe& output, ChildResult& result,
            int& status) {
     while (true) {
@@ -97,8 +107,8 @@ bool await(pid_t child, Clock::time_point end, const Pipe& report, const Pipe& o
 } // namespace
 
 ChildResult runInChild(const std::function<void(int report)>& task, double timeLimit) {
-    Pipe report;
-    Pipe output;
+    Pipe report(Kept::begin);
+    Pipe output(Kept::end);
     std::fflush(nullptr); // or the child would print it once more
     const pid_t child = fork();
     if (child < 0) fail("No child process can be started: {}.", std::strerror(errno));

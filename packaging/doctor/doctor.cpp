@@ -29,14 +29,22 @@ void examineFmu(const DoctorOptions& options, const SolverInstallation& installa
     const FmuTree tree(options.fmu, findings);
     const FmuFiles files = examineFiles(tree.root(), tree.isArchive(), findings);
     const bool translated = installation.usable && examineTranslators(installation, !files.hasModelFile, findings);
-    examineFmuLibrary(files.root, findings);
+    examineFmuLibrary(files, findings);
     examineWriting(files, findings);
     if (!options.driveSolver) return;
 
-    if (loaded && files.hasParameters && (files.hasModelFile || (files.hasTemplate && translated)))
+    if (loaded && files.areUsable && (files.hasModelFile || (files.hasTemplate && translated)))
         driveSolver({files, installation.solverFolder / "tscicos.so", options.timeLimit}, findings);
     else
         findings.note("solver", "not driven: see the errors");
+}
+
+void examineAll(const DoctorOptions& options, Findings& findings) {
+    const SolverInstallation installation = examineEnvironment(findings);
+    if (!options.fmu.empty()) return examineFmu(options, installation, findings);
+    if (!installation.usable) return;
+    examineInterfaceLibrary(installation, findings);
+    examineTranslators(installation, true, findings);
 }
 
 } // namespace
@@ -44,12 +52,7 @@ void examineFmu(const DoctorOptions& options, const SolverInstallation& installa
 void examine(const DoctorOptions& options, Findings& findings) {
     if (options.driveSolver && options.fmu.empty())
         fail("--solver needs an FMU: its ports and its model are what the solver is driven with.");
-
-    const SolverInstallation installation = examineEnvironment(findings);
-    if (!options.fmu.empty()) return examineFmu(options, installation, findings);
-    if (!installation.usable) return;
-    examineInterfaceLibrary(installation, findings);
-    examineTranslators(installation, true, findings);
+    examineAll(options, findings);
 }
 
 } // namespace packaging

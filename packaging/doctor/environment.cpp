@@ -76,10 +76,13 @@ bool examineRoot(const char* root, const Installation& installation, Findings& f
                        "resources: there is no directory in which both are found.",
                        std::string(absoluteWanted));
     if (!isPlainInQuotes(root))
-        findings.error("root-characters", {},
-                       fmt::format("KORVAN_FMU_ROOT has one of {} in it: \"{}\".", "\" $ ` \\\\", root),
-                       "The translator is started by a shell that would read another path: initialization fails.",
-                       "Write the path with slashes, or move the installation, or set a link to it.");
+        findings.error(
+            "root-characters", {},
+            fmt::format("KORVAN_FMU_ROOT has a double quote, dollar sign, backquote, double backslash or line "
+                        "feed in it: \"{}\".",
+                        root),
+            "The translator is started by a shell that would read another path: initialization fails.",
+            "Write the path with slashes, or move the installation, or set a link to it.");
     return true;
 }
 

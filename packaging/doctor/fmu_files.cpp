@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "packaging/doctor/parameter_rules.h"
 #include "resources/model_names.h"
 #include "resources/resource_location.h"
 #include "util/owners.h"
@@ -28,48 +29,18 @@ bool isWritable(const fs::path& path) {
     return faccessat(AT_FDCWD, path.c_str(), mode, AT_EACCESS) == 0;
 }
 
-/// The model file's name without its extension, as the library takes it from the model description; or empty.
-std::string modelNameIn(const fs::path& description) {
-    const Stream stream(std::fopen(description.c_str(), "r"));
-    const std::string name = stream ? modelFileName(stream.get()) : "";
-    const std::size_t extension = name.find(".xml");
-    return extension == std::string::npos ? "" : name.substr(0, extension);
-}
-
-void examineName(FmuFiles& files, Findings& findings) {
-    const fs::path name = "modelDescription.xml";
-    const fs::path copy = fs::path("resources") / name;
-    const fs::path description = isThere(files.root / name) ? name : copy;
-    if (!isThere(files.root / description)) {
-        findings.error("description-missing", {name.string()}, "The FMU has no model description.",
-                       "Masters need it, and the library takes the name of the model file from it.",
-                       "Name the FMU's own folder, or pack the FMU again.");
-        return;
-    }
-    files.modelName = modelNameIn(files.root / description);
-    if (!files.modelName.empty() && files.modelName.find('"') == std::string::npos) return;
-
-    findings.error("model-name", {description.string()},
-                   files.modelName.empty() ? "No line gives the attribute modelName with its value in double quotes."
-                                           : "Behind modelName other attributes stand on the same line.",
-                   "The library looks for the first line with this word, and takes all up to the line's last quote for "
-                   "the name of the model file: initialization fails without a message.",
-                   "Let modelName be the last attribute of its line, and the first one of which the file speaks.");
-    files.modelName.clear();
-}
-
 void examineCommandLine(const FmuFiles& files, Findings& findings) {
-    if (!isPlainWord(files.modelName))
+    if (!isPlainWord(files.description.modelName))
         findings.error("model-name", {"modelDescription.xml"},
-                       fmt::format("A shell would change the model's name \"{}\".", files.modelName),
+                       fmt::format("A shell would change the model's name \"{}\".", files.description.modelName),
                        "The library doesn't run the translator with it: initialization fails.",
                        "Let modelName consist of letters, digits, . _ and -, the last not at its start.");
 }
 
 void examineModel(FmuFiles& files, Findings& findings) {
-    if (files.modelName.empty()) return;
-    const std::string model = files.modelName + ".xml";
-    const std::string source = files.modelName + ".mdl";
+    if (files.description.modelName.empty()) return;
+    const std::string model = files.description.modelName + ".xml";
+    const std::string source = files.description.modelName + ".mdl";
     files.hasModelFile = isThere(files.resources / model);
     files.hasTemplate = isThere(files.resources / source);
 
@@ -91,20 +62,13 @@ void examineModel(FmuFiles& files, Findings& findings) {
                        "The names follow from modelName in the model description; rename the file, or pack it, too.");
 }
 
-void examineParameters(FmuFiles& files, Findings& findings) {
-    files.hasParameters = fread_par((files.resources / "fmu2ts.par").c_str(), &files.parameters) >= 0;
-    if (!files.hasParameters)
-        findings.error("parameter-file", {"resources/fmu2ts.par"}, "The parameter file isn't there or can't be read.",
-                       "The library takes the number of ports and variables from it: instantiation fails.",
-                       "Pack the FMU again.");
-}
-
 void examineModelWriting(const FmuFiles& files, Findings& findings) {
     if (files.isArchive || files.hasModelFile || !files.hasTemplate) return;
-    const fs::path values = files.resources / (files.modelName + ".csv");
+    const fs::path values = files.resources / (files.description.modelName + ".csv");
     const bool folder = !isWritable(files.resources);
     if (folder || (isThere(values) && !isWritable(values)))
-        findings.error("resources-not-writable", {folder ? "resources" : "resources/" + files.modelName + ".csv"},
+        findings.error("resources-not-writable",
+                       {folder ? "resources" : "resources/" + files.description.modelName + ".csv"},
                        fmt::format("This {} can't be written by the user who runs this.", folder ? "folder" : "file"),
                        "At each start the library writes the values that the master set, and the translator the model "
                        "file: initialization fails.",
@@ -119,6 +83,15 @@ fs::path resultPath(const FmuFiles& files) {
     return path != nullptr ? path.get() : "";
 }
 
+/// What to do when the result file can't be written.
+const char* adviceFor(const fs::path& result) {
+    if (result.string().starts_with('~') || result.string().find('$') != std::string::npos)
+        return "Nobody expands a ~ or a variable in the name: write the path in full.";
+    const bool namesFolder = result.lexically_normal().has_parent_path();
+    return result.empty() || namesFolder ? "Make the folder, or give write permission."
+                                         : "Start the master in another working directory.";
+}
+
 } // namespace
 
 FmuFiles examineFiles(const fs::path& root, bool isArchive, Findings& findings) {
@@ -126,8 +99,8 @@ FmuFiles examineFiles(const fs::path& root, bool isArchive, Findings& findings) 
     files.root = fs::absolute(root).lexically_normal();
     files.resources = files.root / "resources";
     files.isArchive = isArchive;
-    examineName(files, findings);
-    examineParameters(files, findings);
+    files.description = examineDescription(files.root, isArchive, findings);
+    examineParameterFiles(files, findings);
     examineModel(files, findings);
     return files;
 }
@@ -149,9 +122,7 @@ void examineWriting(const FmuFiles& files, Findings& findings) {
                                                  result.string(), folder.string()));
     if (isWritable(folder)) return;
     findings.warning("result-not-writable", {}, fmt::format("No result file can be written in {}.", folder.string()),
-                     "The solver's own results get lost, or it doesn't start.",
-                     result.is_relative() && !result.empty() ? "Start the master in another working directory."
-                                                             : "Make the folder, or give write permission.");
+                     "The solver's own results get lost, or it doesn't start.", adviceFor(result));
 }
 
 } // namespace packaging

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
 
+#include "packaging/doctor/fmu_description.h"
 #include "packaging/findings.h"
 #include "resources/parameter_files.h"
 
@@ -14,14 +14,15 @@ struct FmuFiles {
     std::filesystem::path root;
     std::filesystem::path resources;
     bool isArchive = false; ///< `root` is a temporary folder then
-    std::string modelName;  ///< base name of template and model file; empty when there is none
+    FmuDescription description;
     bool hasTemplate = false;
     bool hasModelFile = false;
     bool hasParameters = false; ///< `parameters` is what fmu2ts.par says
+    bool areUsable = false;     ///< the library accepts the parameter files
     FmuParRecord parameters{};
 };
 
-/// Examines model description, parameter file, template and model file.
+/// Examines model description, parameter files, template and model file.
 FmuFiles examineFiles(const std::filesystem::path& root, bool isArchive, Findings& findings);
 
 /// Examines what is written during a run, and the result file's place as the parameter file names it.

@@ -149,12 +149,17 @@ void reportMissingLibrary(const fs::path& file, const SolverInstallation& instal
 struct Fault {
     const char* rule;
     std::string what;
+    std::string mend = "Repair the installation.";
 };
 
 std::optional<Fault> faultOfScript(const std::string& line) {
     const std::size_t start = std::min(line.find_first_not_of(" \t", 2), line.size());
-    const std::string interpreter = line.substr(start, line.find_first_of(" \t\r", start) - start);
+    const std::string interpreter = line.substr(start, line.find_first_of(" \t", start) - start);
     if (isFile(interpreter)) return std::nullopt;
+    if (interpreter.ends_with('\r'))
+        return Fault{"translator-dependency",
+                     "The translator is a script whose lines end with carriage returns: its interpreter isn't found.",
+                     "Write the script with line feeds alone, as dos2unix does."};
     return Fault{"translator-dependency",
                  fmt::format("The translator is a script for \"{}\", which isn't here.", interpreter)};
 }
@@ -163,7 +168,8 @@ std::optional<Fault> faultOf(const fs::path& translator) {
     constexpr std::string_view program64 = "\177ELF\2"; // as it begins, and the processor further on
     constexpr std::size_t processorAt = 18;
     if (access(translator.c_str(), X_OK) != 0)
-        return Fault{"translator-permission", "The translator isn't executable."};
+        return Fault{"translator-permission", "The translator isn't executable.",
+                     fmt::format("Make it so: chmod +x '{}'.", translator.string())};
 
     std::array<char, processorAt + 1> head{};
     std::ifstream(translator).read(head.data(), head.size());
@@ -227,11 +233,10 @@ bool examineTranslators(const SolverInstallation& installation, bool needed, Fin
     for (auto& [translator, fault] : faults) {
         const std::string why = used.empty() ? "Without it no model file can be made: initialization fails."
                                              : "The FMU tries this one, too.";
-        const std::string mend = "Repair the installation.";
         if (used.empty() && needed)
-            findings.error(fault.rule, {translator.string()}, std::move(fault.what), why, mend);
+            findings.error(fault.rule, {translator.string()}, std::move(fault.what), why, std::move(fault.mend));
         else
-            findings.warning(fault.rule, {translator.string()}, std::move(fault.what), why, mend);
+            findings.warning(fault.rule, {translator.string()}, std::move(fault.what), why, std::move(fault.mend));
     }
     if (!used.empty())
         findings.note("translator", used.string());
@@ -240,25 +245,22 @@ bool examineTranslators(const SolverInstallation& installation, bool needed, Fin
     return !used.empty();
 }
 
-void examineFmuLibrary(const fs::path& fmuRoot, Findings& findings) {
-    const fs::path folder = fmuRoot / "binaries/linux64";
-    std::error_code none;
-    bool found = false;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, none)) {
-        // What a bundled archive has beside the library is found through it.
-        if (entry.path().extension() != ".so" || entry.path().filename().string().starts_with("lib")) continue;
-        found = true;
-        const std::string name = entry.path().lexically_relative(fmuRoot).string();
-        try {
-            if (examineLoading(entry.path(), name, RTLD_NOW | RTLD_LOCAL, {}, findings))
-                findings.note("FMU's library", name + ": loads");
-        } catch (const UserError& error) {
-            findings.error("library-kind", {name}, error.what(), "No master on this machine can load the FMU.");
-        }
+void examineFmuLibrary(const FmuFiles& files, Findings& findings) {
+    if (files.description.modelIdentifier.empty()) return;
+    const std::string name = "binaries/linux64/" + files.description.modelIdentifier + ".so";
+    const fs::path library = files.root / name;
+    if (!isFile(library)) {
+        findings.error("fmu-library-missing", {name}, "The FMU has no library of this name for 64-bit Linux.",
+                       "The model description's modelIdentifier names it: no master on this machine can load the FMU.",
+                       "Pack the FMU with libtessaro_fmu.so.");
+        return;
     }
-    if (!found)
-        findings.error("fmu-library-missing", {"binaries/linux64"}, "The FMU has no library for 64-bit Linux.",
-                       "No master on this machine can load it.", "Pack the FMU with libtessaro_fmu.so.");
+    try {
+        if (examineLoading(library, name, RTLD_NOW | RTLD_LOCAL, {}, findings))
+            findings.note("FMU's library", name + ": loads");
+    } catch (const UserError& error) {
+        findings.error("library-kind", {name}, error.what(), "No master on this machine can load the FMU.");
+    }
 }
 
 } // namespace packaging

@@ -1,9 +1,8 @@
 // Whether shared libraries and programs of an installation would run here, without calling any function of theirs.
 #pragma once
 
-#include <filesystem>
-
 #include "packaging/doctor/environment.h"
+#include "packaging/doctor/fmu_files.h"
 #include "packaging/findings.h"
 
 namespace packaging {
@@ -15,7 +14,8 @@ bool examineInterfaceLibrary(const SolverInstallation& installation, Findings& f
 /// one that can be run.
 bool examineTranslators(const SolverInstallation& installation, bool needed, Findings& findings);
 
-/// Examines the library in an FMU and loads it, in a child process, as the strictest masters do.
-void examineFmuLibrary(const std::filesystem::path& fmuRoot, Findings& findings);
+/// Examines the FMU's library, which the model description names, and loads it, in a child process, as the strictest
+/// masters do.
+void examineFmuLibrary(const FmuFiles& files, Findings& findings);
 
 } // namespace packaging

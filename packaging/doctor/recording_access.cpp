@@ -10,6 +10,11 @@ namespace {
 
 enum MessageLevel : int { information, warning, error, fatal };
 
+std::string shownText(const char* text) {
+    if (text == nullptr) return "(the text is null)";
+    return *text != '\0' ? text : "(the text is empty)";
+}
+
 } // namespace
 
 /// Who asks, from where, and with which handle. The answer comes from the session's own instance whatever the handle.
@@ -110,9 +115,10 @@ void RecordingAccess::MessageHandler(void* handle, const char* text, int level) 
     check("MessageHandler", handle);
     const char* entryPoint = entryPoint_;
     const std::string place = entryPoint != nullptr ? fmt::format(" in {}", entryPoint) : "";
-    const std::string shown = text != nullptr ? text : "";
+    const std::string shown = shownText(text);
     if (level < information || level > fatal)
-        report_.tell("message-level", fmt::format("A message has the level {}{}: {}", level, place, shown));
+        report_.tell(level > fatal ? "message-level" : "message-ignored",
+                     fmt::format("A message has the level {}{}: {}", level, place, shown));
     else if (level >= error)
         report_.tell("solver-error", fmt::format("The solver reports{}: {}", place, shown));
     else

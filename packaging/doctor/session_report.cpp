@@ -13,6 +13,7 @@ namespace {
 using nlohmann::json;
 
 constexpr std::size_t mostFactsOfARule = 10;
+constexpr std::size_t mostOfAText = 4000;
 
 } // namespace
 
@@ -28,10 +29,12 @@ void SessionReport::tell(std::string_view rule, const std::string& what) {
     write("fact", rule, what);
 }
 
+void SessionReport::step() { write("step", "", ""); }
+
 void SessionReport::end() { write("end", "", ""); }
 
 void SessionReport::write(std::string_view key, std::string_view rule, std::string_view text) {
-    const json line = {{"key", key}, {"rule", rule}, {"text", text}};
+    const json line = {{"key", key}, {"rule", rule}, {"text", text.substr(0, mostOfAText)}};
     // The solver's texts may be no UTF-8.
     writeAll(descriptor_, line.dump(-1, ' ', false, json::error_handler_t::replace) + '\n');
 }
@@ -45,6 +48,7 @@ SessionOutcome readReport(const std::string& report) {
         const std::string key = line.value("key", "");
         if (key == "begin") outcome.unfinished = line.value("text", "");
         if (key == "fact") outcome.facts.push_back({line.value("rule", ""), line.value("text", "")});
+        if (key == "step") ++outcome.steps;
         if (key == "end") outcome.ended = true;
     }
     return outcome;

@@ -21,6 +21,9 @@ public:
     /// Tells a fact under a rule's name, once; of each rule a limited number.
     void tell(std::string_view rule, const std::string& what);
 
+    /// Says that a step was made.
+    void step();
+
     /// Says that the session came to its end, whatever happened in it.
     void end();
 
@@ -42,6 +45,7 @@ struct SessionFact {
 struct SessionOutcome {
     std::vector<SessionFact> facts;
     std::string unfinished; ///< the action that was begun and didn't end; or empty
+    int steps = 0;          ///< that were made
     bool ended = false;
 };
 

@@ -1,16 +1,14 @@
 #include "packaging/doctor/solver_check.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstring>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 
 #include <fmt/format.h>
-#include <libxml/parser.h>
 #include <unistd.h>
 
 #include "packaging/doctor/child.h"
@@ -28,11 +26,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using XmlDocument = std::unique_ptr<xmlDoc, decltype([](xmlDoc* document) { xmlFreeDoc(document); })>;
-using XmlText = std::unique_ptr<xmlChar, decltype([](xmlChar* text) { xmlFree(text); })>;
-
 constexpr std::size_t mostOutputShown = 2000;
 constexpr double defaultStepSize = 0.01;
+constexpr std::int32_t mostVariables = 10'000'000;
 
 /// A copy of what a run reads and changes; the FMU itself stays as it is.
 class WorkingCopy {
@@ -80,26 +76,8 @@ private:
     std::string root_ = (fs::temp_directory_path() / "tessaro-fmu-XXXXXX").string();
 };
 
-const xmlChar* asXml(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
-
-/// The step size that the model description proposes; 0 when it proposes none.
-double proposedStepSize(const fs::path& description) {
-    const XmlDocument document(
-        xmlReadFile(description.c_str(), nullptr, XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_NONET));
-    const xmlNode* root = document ? xmlDocGetRootElement(document.get()) : nullptr;
-    for (const xmlNode* node = root != nullptr ? root->children : nullptr; node != nullptr; node = node->next) {
-        if (node->type != XML_ELEMENT_NODE || !xmlStrEqual(node->name, asXml("DefaultExperiment"))) continue;
-        const XmlText text(xmlGetProp(node, asXml("stepSize")));
-        const std::string value = text ? reinterpret_cast<const char*>(text.get()) : "";
-        double size = 0;
-        std::from_chars(value.data(), value.data() + value.size(), size);
-        return size;
-    }
-    return 0;
-}
-
 double stepSizeOf(const FmuFiles& files) {
-    for (const double size : {proposedStepSize(files.root / "modelDescription.xml"), files.parameters.finalTime / 100})
+    for (const double size : {files.description.stepSize, files.parameters.finalTime / 100})
         if (std::isfinite(size) && size > 0) return size;
     return defaultStepSize;
 }
@@ -173,8 +151,13 @@ std::optional<BadEnd> badEndOf(const ChildResult& child, const SessionOutcome& o
     return std::nullopt;
 }
 
-/// Runs a part and adds what it tells. True when nothing went wrong.
-bool runPart(const Part& part, const fs::path& directory, double timeLimit, Findings& findings) {
+struct PartResult {
+    int steps = 0;
+    bool isFaultless = false;
+};
+
+/// Runs a part and adds what it tells.
+PartResult runPart(const Part& part, const fs::path& directory, double timeLimit, Findings& findings) {
     const int errorsBefore = findings.errors();
     const ChildResult child = runInChild(
         [&](int descriptor) {
@@ -188,31 +171,27 @@ bool runPart(const Part& part, const fs::path& directory, double timeLimit, Find
     if (const auto end = badEndOf(child, outcome, timeLimit))
         addSessionFact(end->rule, fmt::format("The solver {}.", end->how), part.place, findings);
     if (!child.output.empty()) findings.note(part.speaker, shownOutput(child.output));
-    return findings.errors() == errorsBefore;
+    return {outcome.steps, findings.errors() == errorsBefore};
 }
 
 } // namespace
 
 void driveSolver(const SolverCheck& check, Findings& findings) {
-    if (!hasUsableLayout(check.files.parameters)) {
-        findings.error(
-            "port-layout", {"resources/fmu2ts.par"},
-            "The ports don't lie within the real variables, or a number of ports or variables is impossible.",
-            "The solver would write into memory of something else; it isn't driven.", "tessaro-fmu check says more.");
-        return;
-    }
+    const FmuParRecord& parameters = check.files.parameters;
+    if (std::max({parameters.nReal, parameters.nInteger, parameters.nBoolean, parameters.nString}) > mostVariables)
+        return findings.note("solver", "not driven: the FMU has too many variables for it");
     const WorkingCopy copy(check.files);
-    const Part translation{"resources/" + check.files.modelName + ".mdl", "translator prints",
+    const Part translation{"resources/" + check.files.description.modelName + ".mdl", "translator prints",
                            [&](SessionReport& report) { makeModelFile(copy.resources(), report); }};
-    if (!runPart(translation, copy.root(), check.timeLimit, findings)) return;
+    if (!runPart(translation, copy.root(), check.timeLimit, findings).isFaultless) return;
 
     const SessionPlan plan{check.library, copy.resources(), resultFileOf(check.files, copy), check.files.parameters,
                            stepSizeOf(check.files)};
     const Part session{check.library.string(), "solver prints",
                        [&](SessionReport& report) { runSession(plan, report); }};
-    if (runPart(session, copy.root(), check.timeLimit, findings))
-        findings.note("solver",
-                      fmt::format("driven through {} steps, the first of {} s", nSessionSteps, plan.stepSize));
+    if (const int steps = runPart(session, copy.root(), check.timeLimit, findings).steps; steps > 0)
+        findings.note("solver", fmt::format("driven through {} of {} steps, the first of {} s", steps, nSessionSteps,
+                                            plan.stepSize));
 }
 
 } // namespace packaging

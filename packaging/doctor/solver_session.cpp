@@ -72,6 +72,7 @@ private:
         if (!enter(requestName, fmt::format(" for {} s", end), [&] { entryPoints_.request(handle(), &access_, end); }))
             return false;
         instance_.record().time = end;
+        report_.step();
         return true;
     }
 

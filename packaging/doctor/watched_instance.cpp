@@ -16,7 +16,6 @@ namespace {
 
 // Not a number, so that its use shows in the outputs.
 constexpr auto guard = std::bit_cast<double>(std::uint64_t{0x7ff8'7e55'a40f'3d0c});
-constexpr std::int32_t mostVariables = 10'000'000;
 
 std::uint64_t bitsOf(double value) { return std::bit_cast<std::uint64_t>(value); }
 
@@ -31,7 +30,8 @@ bool arePossible(int nPorts, const std::int32_t (&widths)[maxPorts], const std::
                  std::int64_t blocks, std::int64_t nReal) {
     if (nPorts < 0 || nPorts > maxPorts) return false;
     for (int i = 0; i < nPorts; ++i)
-        if (widths[i] < 0 || offsets[i] < 0 || offsets[i] + blocks * widths[i] > nReal) return false;
+        if (widths[i] != 0 && (widths[i] < 0 || offsets[i] < 0 || offsets[i] + blocks * widths[i] > nReal))
+            return false;
     return true;
 }
 
@@ -43,7 +43,7 @@ std::string locationOf(const std::filesystem::path& resources, std::string_view 
 
 bool hasUsableLayout(const FmuParRecord& parameters) {
     for (const std::int32_t count : {parameters.nReal, parameters.nInteger, parameters.nBoolean, parameters.nString})
-        if (count < 0 || count > mostVariables) return false;
+        if (count < 0) return false;
     return arePossible(parameters.nInputPorts, parameters.inputPortWidth, parameters.inputPortOffset, 1,
                        parameters.nReal) &&
            arePossible(parameters.nOutputPorts, parameters.outputPortWidth, parameters.outputPortOffset, 3,
@@ -97,6 +97,7 @@ void WatchedInstance::placePorts(const FmuParRecord& parameters) {
     for (std::size_t i = 0; i < record_.nInputPorts; ++i) {
         const std::int32_t width = parameters.inputPortWidth[i];
         inputWidths_[i] = static_cast<std::uint32_t>(width);
+        if (width == 0) continue; // its offset may be anything
         inputs_[i] = record_.realValues + parameters.inputPortOffset[i];
         place(parameters.inputPortOffset[i], width, Use::input, static_cast<int>(i));
     }
@@ -104,6 +105,7 @@ void WatchedInstance::placePorts(const FmuParRecord& parameters) {
         const std::int32_t width = parameters.outputPortWidth[i];
         const std::int32_t offset = parameters.outputPortOffset[i];
         outputWidths_[i] = static_cast<std::uint32_t>(width);
+        if (width == 0) continue;
         outputs_[i] = record_.realValues + offset;
         first_[i] = outputs_[i] + width;
         second_[i] = first_[i] + width;

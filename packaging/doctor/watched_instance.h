@@ -15,7 +15,8 @@
 
 namespace packaging {
 
-/// Whether the ports lie within the real variables and the numbers are possible, so that an instance can be made.
+/// Whether the numbers are possible and the ports lie within the real variables, as initialization wants it. A port of
+/// width 0 may lie anywhere.
 bool hasUsableLayout(const FmuParRecord& parameters);
 
 class WatchedInstance {
