@@ -184,4 +184,12 @@ TEST(Doctor, SaysWhatHelpsAndWhatItSaw) {
     for (const auto& [script, text] : told) EXPECT_NE(printedAfter(script).find(text), std::string::npos) << script;
 }
 
+TEST(Doctor, LeavesNothingBehindWhenItIsEnded) {
+    EXPECT_EQ(printedAfter("misbehave hang; mkdir t; export TMPDIR=$PWD/t\n"
+                           "$PROGRAM doctor --solver --time-limit 1000 car.fmu > /dev/null & until ls -d "
+                           "t/*/resources/*.xml; do sleep 0.1; "
+                           "done > /dev/null 2>&1\nkill $!; wait $! 2> /dev/null || echo $?; ls t; exit"),
+              "143\n");
+}
+
 } // namespace

@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "packaging/doctor/interruption.h"
 #include "packaging/user_error.h"
 
 namespace packaging {
@@ -71,6 +72,7 @@ private:
 
 [[noreturn]] void runTask(const std::function<void(int report)>& task, int report, int output) {
     setpgid(0, 0);
+    SignalWatch::release();
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     const int input = open("/dev/null", O_RDONLY | O_CLOEXEC);
     dup2(input, STDIN_FILENO);
@@ -88,7 +90,7 @@ private:
     _exit(code);
 }
 
-/// Waits for the end of the child, or until `end`, and takes what it writes meanwhile. True when
+/// Waits for the end of the child, until `end` or until a signal comes, and takes what it writes meanwhile. True when
 /// it ended by itself.
 bool await(pid_t child, Clock::time_point end, const Pipe& report, const Pipe& output, ChildResult& result,
            int& status) {
@@ -97,7 +99,7 @@ bool await(pid_t child, Clock::time_point end, const Pipe& report, const Pipe& o
         report.drain(result.report);
         output.drain(result.output);
         if (ended) return true;
-        if (Clock::now() >= end) return false;
+        if (Clock::now() >= end || SignalWatch::isCaught()) return false;
 
         std::array<pollfd, 2> readable{pollfd{report.reading(), POLLIN, 0}, pollfd{output.reading(), POLLIN, 0}};
         poll(readable.data(), readable.size(), pollMilliseconds);
@@ -124,6 +126,7 @@ ChildResult runInChild(const std::function<void(int report)>& task, double timeL
     result.timedOut = !await(child, end, report, output, result, status);
     kill(-child, SIGKILL);
     if (result.timedOut) waitpid(child, &status, 0);
+    SignalWatch::check();
 
     if (!result.timedOut && WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
     if (!result.timedOut && WIFSIGNALED(status)) result.signal = WTERMSIG(status);

@@ -16,7 +16,8 @@ struct ChildResult {
 
 /// Runs `task` in a child process of a process group of its own and waits for its end; what the child started and left
 /// behind ends with it. The task gets the descriptor to which it writes its report. Of the report the first
-/// megabyte is kept, of the output at least the last one. Throws UserError when there is no process to be had.
+/// megabyte is kept, of the output at least the last one. Throws UserError when there is no process to be had, and
+/// Interrupted, with the child ended, when a watched signal comes.
 ChildResult runInChild(const std::function<void(int report)>& task, double timeLimit);
 
 /// Writes the whole text to a descriptor, at once and without a buffer, so that it outlives a crash.

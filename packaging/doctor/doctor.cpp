@@ -2,6 +2,7 @@
 
 #include "packaging/doctor/environment.h"
 #include "packaging/doctor/fmu_files.h"
+#include "packaging/doctor/interruption.h"
 #include "packaging/doctor/libraries.h"
 #include "packaging/doctor/locations.h"
 #include "packaging/doctor/solver_check.h"
@@ -52,7 +53,11 @@ void examineAll(const DoctorOptions& options, Findings& findings) {
 void examine(const DoctorOptions& options, Findings& findings) {
     if (options.driveSolver && options.fmu.empty())
         fail("--solver needs an FMU: its ports and its model are what the solver is driven with.");
-    examineAll(options, findings);
+    const SignalWatch watch;
+    try {
+        examineAll(options, findings);
+    } catch (const Interrupted&) { // all is tidied up; the watch ends the process
+    }
 }
 
 } // namespace packaging
