@@ -10,6 +10,11 @@
 
 #include "plant/access_interface.h"
 
+#ifdef STREAMING // all else as it should be
+#include <iostream>
+std::ostream* stream = &std::cout;
+#endif
+
 namespace {
 
 using Access = TScicosAccessAPI2;

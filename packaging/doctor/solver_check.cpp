@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
-#include <cstring>
 #include <functional>
 #include <optional>
 #include <string>
@@ -17,6 +16,7 @@
 #include "packaging/doctor/session_rules.h"
 #include "packaging/doctor/solver_session.h"
 #include "packaging/doctor/watched_instance.h"
+#include "packaging/temporary_folder.h"
 #include "packaging/user_error.h"
 #include "resources/model_generation.h"
 
@@ -34,29 +34,19 @@ constexpr std::int32_t mostVariables = 10'000'000;
 class WorkingCopy {
 public:
     explicit WorkingCopy(const FmuFiles& files) {
-        if (mkdtemp(root_.data()) == nullptr) fail("No temporary folder can be made: {}.", std::strerror(errno));
         try {
             copyFolder(files.resources, resources());
             const fs::path description = files.root / "modelDescription.xml";
-            if (fs::exists(description)) copyFile(description, root_ / fs::path("modelDescription.xml"));
+            if (fs::exists(description)) copyFile(description, root() / "modelDescription.xml");
         } catch (const fs::filesystem_error& error) {
-            remove();
             fail("The FMU's resources can't be copied for the solver: {}.", error.code().message());
         }
     }
-    ~WorkingCopy() { remove(); }
-    WorkingCopy(const WorkingCopy&) = delete;
-    WorkingCopy& operator=(const WorkingCopy&) = delete;
 
-    fs::path root() const { return root_; }
+    fs::path root() const { return folder_.path(); }
     fs::path resources() const { return root() / "resources"; }
 
 private:
-    void remove() const {
-        std::error_code ignored;
-        fs::remove_all(root_, ignored);
-    }
-
     /// The copies can be written, whatever their originals are.
     static void copyFolder(const fs::path& from, const fs::path& to) {
         fs::create_directory(to);
@@ -73,7 +63,7 @@ private:
         fs::permissions(to, fs::perms::owner_write, fs::perm_options::add);
     }
 
-    std::string root_ = (fs::temp_directory_path() / "tessaro-fmu-XXXXXX").string();
+    TemporaryFolder folder_;
 };
 
 double stepSizeOf(const FmuFiles& files) {
