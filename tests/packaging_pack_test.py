@@ -98,6 +98,7 @@ class Packing(unittest.TestCase):
                 expected = f"tessaro-fmu: there is a mistake:\nm:{before.count(chr(10)) + 1}: {sentence}"
                 self.assertEqual((code, told[: len(expected)]), (1, expected))
         self.assertIn("5 mistakes:\nm:1: ", self.run_program("pack", "m", m="model = { nam = 'x' }\ninput = 2\n")[1])
+        self.assertIn(": template: t is empty.", self.run_program("pack", "m", m=DESCRIPTION, t="")[1])
         self.assertIn("\nm:2: ", self.run_program("pack", "m", m="[model]\n[model]\n")[1])
         told = self.run_program("pack", "m", m=DESCRIPTION.replace('a \\"', "a" * 1000))[1]
         self.assertIn("\nm:13: description, author, version and license are too long", told)

@@ -74,6 +74,9 @@ private:
         const auto isModelFile = [this](const fs::path& path) { return path.filename() == made_.name + ".xml"; };
         if (named || (isModelName(made_.name) && std::ranges::none_of(made_.resources, isModelFile)))
             made_.modelTemplate = place("template", named.value_or(made_.name + ".mdl"));
+        std::error_code ignored;
+        if (!made_.modelTemplate.empty() && fs::file_size(made_.modelTemplate, ignored) == 0)
+            mistakes_.add(section.line("template"), "template: {} is empty.", made_.modelTemplate.string());
         checkModel(made_, section, mistakes_);
     }
 

@@ -79,7 +79,7 @@ void compareWithReaders(const Layout& layout, const fs::path& resources) {
 /// What a description makes is checked without an error, but for the library, which isn't there.
 [[maybe_unused]] void description(const std::string& text) {
     const fs::path fmu = working() / "fmu", resources = fmu / "resources", toml = working() / "m.toml";
-    for (const char* name : {"t", "r", "d/f"}) writeFile(working() / name, "");
+    for (const char* name : {"t", "r", "d/f"}) writeFile(working() / name, "x");
     writeFile(toml, text);
     fs::remove_all(fmu);
     Description described;
@@ -93,7 +93,7 @@ void compareWithReaders(const Layout& layout, const fs::path& resources) {
     writeFile(fmu / "modelDescription.xml", contentOf(resources / "modelDescription.xml"));
     writeFile(resources / "fmu2ts.par", fmu2tsPar(described, layout));
     writeFile(resources / "mv.par", mvPar(layout));
-    writeFile(resources / (described.name + ".mdl"), "");
+    writeFile(resources / (described.name + ".mdl"), "x");
     for (const fs::path& file : described.resources) writeFile(resources / file.filename(), "");
     // What is packed with a warning may be an error later.
     std::vector<std::string> expected{"library-missing"};

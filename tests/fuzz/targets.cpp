@@ -120,8 +120,14 @@ fs::path resources;
 /// Stands before the C library's: for a shell the command must be three words, the last two of them files that are
 /// there.
 extern "C" int system(const char* command) {
+    const std::string text = command;
+    const bool hasBrace = text.find('{') != std::string::npos;
+    require(!hasBrace || (text.find(',') == std::string::npos && text.find("..") == std::string::npos));
+    std::string escaped; // a lone brace stands for itself in a shell, but wordexp refuses it
+    for (const char letter : text)
+        escaped += letter == '{' || letter == '}' ? std::string("\\") + letter : std::string(1, letter);
     wordexp_t words{};
-    require(wordexp(command, &words, WRDE_NOCMD | WRDE_UNDEF) == 0 && words.we_wordc == 3);
+    require(wordexp(escaped.c_str(), &words, WRDE_NOCMD | WRDE_UNDEF) == 0 && words.we_wordc == 3);
     require(std::string(words.we_wordv[0]).starts_with("/in stallation/"));
     const std::string templateName = words.we_wordv[1], valueName = words.we_wordv[2];
     require(fs::is_regular_file(templateName) && fs::is_regular_file(valueName) && templateName[0] != '-');
