@@ -14,6 +14,7 @@
 
 #include "packaging/check/report.h"
 #include "packaging/user_error.h"
+#include "packaging/zip_error.h"
 
 namespace packaging {
 
@@ -35,11 +36,8 @@ Archive openArchive(const fs::path& path) {
     int code = 0;
     Archive archive(zip_open(path.c_str(), ZIP_RDONLY, &code));
     if (!archive) {
-        zip_error_t error;
-        zip_error_init_with_code(&error, code);
-        const std::string text = zip_error_strerror(&error);
-        zip_error_fini(&error);
-        fail("{} is no FMU: neither a folder nor a ZIP archive that can be read ({}).", path.string(), text);
+        fail("{} is no FMU: neither a folder nor a ZIP archive that can be read ({}).", path.string(),
+             zipErrorText(code));
     }
     return archive;
 }

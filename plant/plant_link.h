@@ -1,6 +1,6 @@
 // The five functions through which the exported functions drive the solver. A plant handle is the access object of one
-// solver run; instances have no run in common. Failures are told by the result alone: as a rule
-// the master has then already heard of them from the loader or from the solver. No exception leaves these functions,
+// solver run; instances have no run in common. Failures are told by the result alone: as a rule the master has then
+// already heard of them from the loader or from the solver. No exception leaves these functions,
 // whoever threw it.
 //
 // A function that ends the run also takes the handle out of `FmuInstance::plant` when it stands there.

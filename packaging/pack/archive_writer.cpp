@@ -8,6 +8,7 @@
 #include <zip.h>
 
 #include "packaging/user_error.h"
+#include "packaging/zip_error.h"
 
 namespace packaging {
 
@@ -57,11 +58,7 @@ void writeArchive(const std::filesystem::path& path, const std::vector<ArchiveEn
     int code = 0;
     Archive archive(zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code));
     if (!archive) {
-        zip_error_t error;
-        zip_error_init_with_code(&error, code);
-        const std::string text = zip_error_strerror(&error);
-        zip_error_fini(&error);
-        fail("{} can't be written: {}.", path.string(), text);
+        fail("{} can't be written: {}.", path.string(), zipErrorText(code));
     }
     for (const ArchiveEntry& entry : entries) add(archive.get(), entry);
 
