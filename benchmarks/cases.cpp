@@ -8,7 +8,7 @@
 
 #include "benchmarks/floors.h"
 #include "benchmarks/fmu.h"
-#include "fmi/fmu_instance.h"
+#include "fmi/instance/fmu_instance.h"
 
 namespace {
 
@@ -17,10 +17,10 @@ using Owned = std::shared_ptr<const void>;
 
 constexpr double stepSize = 1e-3;
 
-/// Sizes of transfers; those of the table, and some between them for the picture.
+/// Numbers of values per call; some are for the picture only.
 constexpr std::size_t transferSizes[] = {1, 4, 16, 128, 1024, 10'000, 100'000};
 
-/// A case that does `once` again and again and keeps `owned` alive.
+/// A case that repeats `once` and keeps `owned` alive.
 template <typename Once>
 Case repeating(std::string what, std::string side, std::size_t size, Owned owned, Once once) {
     return {std::move(what), std::move(side), size, [owned, once](std::size_t times) {
@@ -28,7 +28,7 @@ Case repeating(std::string what, std::string side, std::size_t size, Owned owned
             }};
 }
 
-/// Called before a case is measured: a call that only fails would be a fast one.
+/// Checks before measuring that a call works: a call that fails at once would look fast.
 void require(bool works, const std::string& what) {
     if (!works) throw std::runtime_error(what + " does not work");
 }
@@ -47,7 +47,7 @@ std::vector<unsigned> firstReferences(std::size_t count) {
     return references;
 }
 
-/// Repeats a step from `time` to `time + stepSize`, as any master's loop does.
+/// Repeats a step from `time` to `time + stepSize`, as the loop of a master does.
 template <typename Step>
 Case stepping(std::string what, std::string side, std::size_t size, Owned owned, Step step) {
     return {std::move(what), std::move(side), size, [owned, step](std::size_t times) {
@@ -73,7 +73,7 @@ void addSteps(Cases& cases) {
     }
 }
 
-/// Instances step in turn: but for the caches, the price of a step does not depend on their number.
+/// Instances step in turn: apart from cache misses, the cost of a step does not depend on their number.
 void addInstances(Cases& cases, std::size_t largest) {
     for (std::size_t count = 1; count <= largest / 100; count *= 10) {
         std::vector<std::shared_ptr<ShapedModel>> models(count);
@@ -86,7 +86,7 @@ void addInstances(Cases& cases, std::size_t largest) {
     }
 }
 
-/// What categories cost on this side of the logger, which does nothing.
+/// The cost of log categories, with a logger that does nothing.
 void addCategories(Cases& cases) {
     for (const char* category : {"none", "logError", "logEvent", "logFmiCall", "logAll"}) {
         const auto model = steppingModel({});
@@ -100,7 +100,7 @@ void addCategories(Cases& cases) {
     }
 }
 
-/// What is handed in, and where to what is handed out.
+/// The arguments of a getter or setter.
 template <typename Value>
 struct Transfer {
     Transfer(std::shared_ptr<ShapedModel> owned, std::size_t size, Value value = {})
@@ -111,14 +111,14 @@ struct Transfer {
     std::vector<Value> values, taken;
 };
 
-/// Adds cases that hand the arguments to a function by its address.
+/// Adds cases that call a function through its address.
 auto caller(Cases& cases, std::size_t size, const Owned& owned) {
     return [&cases, size, owned](const std::string& what, const char* side, const auto& call, auto... arguments) {
         cases.push_back(repeating(what, side, size, owned, [call, arguments...] { call(arguments...); }));
     };
 }
 
-/// Whether what is set can be got again.
+/// Whether the getter returns the values that were set.
 template <typename Value, typename Get, typename Set>
 bool comesBack(Transfer<Value>& data, Get get, Set set) {
     const auto call = [&](auto function, auto* values) {
@@ -132,8 +132,8 @@ bool comesBack(Transfer<Value>& data, Get get, Set set) {
         return data.values == data.taken;
 }
 
-/// The getter and the setter of a numeric type, the plain loop, and the loop with a check of the range. The loops work
-/// on the instance's own array, as where an array lies in memory counts too.
+/// The getter and the setter of a numeric type, the plain loop, and the loop with a range check. The loops use the
+/// instance's own array, since the time also depends on where an array is in memory.
 template <typename Value, typename Get, typename Set>
 void addTransfers(Cases& cases, const std::string& type, std::size_t size, const Shape& shape,
                   Value* FmuInstance::*valuesOf, Get get, Set set) {
@@ -155,8 +155,8 @@ void addTransfers(Cases& cases, const std::string& type, std::size_t size, const
     add("fmi2Set" + type, "checked", copyInChecked<Value>, references, size, values, array, end);
 }
 
-/// Texts of 24 characters, which replace others of 24 in the instance's own buffers.
-void addTexts(Cases& cases, std::size_t size) {
+/// Strings of 24 characters that replace strings of the same length in the instance's own buffers.
+void addStrings(Cases& cases, std::size_t size) {
     static constexpr const char* text = "/data/model/tyre_front.t";
     const auto model = steppingModel({.strings = static_cast<int>(size)});
     const auto data = std::make_shared<Transfer<const char*>>(model, size, text);
@@ -167,14 +167,14 @@ void addTexts(Cases& cases, std::size_t size) {
     require(comesBack(*data, fmu().getString, fmu().setString), "String");
     char** own = static_cast<FmuInstance*>(model->instance)->stringValues;
     add("fmi2SetString", "fmu", fmu().setString, model->instance, references, size, given);
-    add("fmi2SetString", "floor", copyTexts, references, size, given, own);
-    add("fmi2SetString", "checked", copyTextsChecked, references, size, given, own);
+    add("fmi2SetString", "floor", copyStrings, references, size, given, own);
+    add("fmi2SetString", "checked", copyStringsChecked, references, size, given, own);
     add("fmi2GetString", "fmu", fmu().getString, model->instance, references, size, taken);
     add("fmi2GetString", "floor", copyOut<const char*>, references, size, own, taken);
 }
 
-/// From fmi2Instantiate to fmi2FreeInstance; beside it the reading of the same files, with blocks as the names' are
-/// and with blocks as long as the names.
+/// From fmi2Instantiate to fmi2FreeInstance. The floors read the same files, with blocks as large as those of the name
+/// lists and with blocks as long as the names.
 void addLives(Cases& cases, std::size_t variables) {
     const auto model = std::make_shared<ShapedModel>(Shape{.reals = static_cast<int>(variables)});
     const std::string what = "instantiate to free", resources = model->path / "resources/";
@@ -189,7 +189,7 @@ void addLives(Cases& cases, std::size_t variables) {
                                   }));
 }
 
-/// Writing the value file, and nothing after it: there is no template.
+/// Writing the value file. Without a template nothing is done after it.
 void addValueFiles(Cases& cases, std::size_t variables) {
     const std::string what = "value file";
     const auto model = std::make_shared<ShapedModel>(Shape{.reals = static_cast<int>(variables)});
@@ -232,7 +232,7 @@ std::vector<Case> makeCases(std::size_t largest) {
                           fmu().setInteger);
         addTransfers<int>(cases, "Boolean", size, {.booleans = count}, &FmuInstance::booleanValues, fmu().getBoolean,
                           fmu().setBoolean);
-        addTexts(cases, size);
+        addStrings(cases, size);
     }
     for (std::size_t variables = 10; variables <= largest; variables *= 10) {
         addLives(cases, variables);

@@ -1,5 +1,5 @@
-// The demo's model, stepped through the FMU and by its solver alone, in turn; prints the mean nanoseconds of a step:
-// cosimulation FOLDER RUNS. FOLDER holds the unpacked FMU, KORVAN_FMU_ROOT names the demo's installation.
+// Steps the demo's model alternately through the FMU and with its solver alone, and prints the mean nanoseconds of a
+// step for each: cosimulation FOLDER RUNS. FOLDER is the unpacked FMU, KORVAN_FMU_ROOT the demo's installation.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -16,7 +16,7 @@ constexpr int nSteps = 400;
 constexpr double stepSize = 0.01;
 constexpr double roadHeight = 0.05;
 
-/// One input and three outputs, as `resources/fmu2ts.par` has them.
+/// One input and three outputs, laid out as in `resources/fmu2ts.par`.
 class Ports final : public TScicosAccessAPI2 {
 public:
     explicit Ports(std::string folder) : model_(std::move(folder) + "/resources/QuarterCar.xml") {}
@@ -48,7 +48,7 @@ private:
 
 using Times = std::array<double, nSteps>;
 
-/// Makes the steps and keeps the least nanoseconds that each has ever taken.
+/// Makes the steps and keeps the shortest time of each, in nanoseconds.
 template <typename Step>
 void timed(Times& least, const Step& step) {
     for (int n = 0; n < nSteps; ++n) {

@@ -1,4 +1,5 @@
-// Runs under callgrind, which writes a file of counts for each case; a file's trigger names the case and its runs.
+// Runs under callgrind, which writes a file of counts for each case. The file's trigger line has the case and the
+// number of runs.
 #include <cstdio>
 
 #include <valgrind/callgrind.h>
@@ -13,7 +14,7 @@ int main() {
         if (counted.prepare)
             counted.prepare();
         else
-            counted.run(2); // the first calls bind symbols
+            counted.run(2); // symbols are bound in the first calls
         CALLGRIND_ZERO_STATS;
         counted.run(runs);
         CALLGRIND_DUMP_STATS_AT(name.c_str());

@@ -1,2 +1,2 @@
-// A library with one function and no other library: what loading costs at least.
+// A library with one function and no dependencies: the floor of loading.
 extern "C" [[gnu::visibility("default")]] void nothing() {}

@@ -4,11 +4,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "util/owners.h"
+#include "util/internal/owners.h"
 
 namespace {
 
-/// Out of the loops' way, as the FMU's own refusal is.
+/// Not inlined, as the failure paths of the FMU are not.
 [[gnu::cold, gnu::noinline]] bool refused() { return false; }
 
 } // namespace
@@ -51,11 +51,11 @@ template bool copyOutChecked(const unsigned*, std::size_t, const int*, int*, int
 template bool copyInChecked(const unsigned*, std::size_t, const double*, double*, int);
 template bool copyInChecked(const unsigned*, std::size_t, const int*, int*, int);
 
-void copyTexts(const unsigned* references, std::size_t count, const char* const* from, char** to) {
+void copyStrings(const unsigned* references, std::size_t count, const char* const* from, char** to) {
     for (std::size_t n = 0; n < count; ++n) std::strcpy(to[references[n]], from[n]);
 }
 
-bool copyTextsChecked(const unsigned* references, std::size_t count, const char* const* from, char** to) {
+bool copyStringsChecked(const unsigned* references, std::size_t count, const char* const* from, char** to) {
     for (std::size_t n = 0; n < count; ++n) {
         const std::size_t length = std::strlen(from[n]);
         if (std::strlen(to[references[n]]) < length) return refused();

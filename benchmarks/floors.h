@@ -1,4 +1,4 @@
-// The same work without an FMU, as plainly as it can be written.
+// The floors: the same work without an FMU, written as plainly as possible.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@ void copyOut(const unsigned* references, std::size_t count, const Value* from, V
 template <typename Value>
 void copyIn(const unsigned* references, std::size_t count, const Value* from, Value* to);
 
-/// As above, up to the first reference that is not below `end`; false when there is one.
+/// As above, but stops at the first reference that is not below `end`; false when there is one.
 template <typename Value>
 bool copyOutChecked(const unsigned* references, std::size_t count, const Value* from, Value* to, int end);
 
@@ -21,13 +21,14 @@ template <typename Value>
 bool copyInChecked(const unsigned* references, std::size_t count, const Value* from, Value* to, int end);
 
 /// strcpy(to[references[n]], from[n])
-void copyTexts(const unsigned* references, std::size_t count, const char* const* from, char** to);
+void copyStrings(const unsigned* references, std::size_t count, const char* const* from, char** to);
 
-/// The same, up to the first text that is longer than the one it replaces; false when there is one.
-bool copyTextsChecked(const unsigned* references, std::size_t count, const char* const* from, char** to);
+/// The same, but stops at the first string that is longer than the one it replaces; false when there is one.
+bool copyStringsChecked(const unsigned* references, std::size_t count, const char* const* from, char** to);
 
-/// Reads both parameter files with fgets and keeps the lines of the second, a block each, until the next ones are read,
-/// as the FMU keeps its names. The blocks are of `blockSize` bytes, or as long as their text for 0.
+/// Reads both parameter files with fgets. As the FMU does with the names, it keeps every line of the second file in a
+/// block until the next call. The blocks have `blockSize` bytes; 0: the length of their line.
 void readLines(const char* parameters, const char* names, std::size_t blockSize);
 
+/// Writes the value file with fprintf.
 void printLines(const char* path, const std::vector<std::string>& names, const double* values);

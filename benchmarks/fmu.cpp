@@ -10,7 +10,7 @@ void ignoreMessage(void*, fmi2String, fmi2Status, fmi2String, fmi2String, ...) {
 
 constexpr fmi2CallbackFunctions callbacks{ignoreMessage, std::calloc, std::free, nullptr, nullptr};
 
-/// The same number for each port, or one that grows by `width` from port to port.
+/// One number per port, separated by tabs: `first`, then each larger by `width` than the one before.
 std::string perPort(int ports, int first, int width) {
     std::ostringstream line;
     for (int port = 0; port < ports; ++port) line << (port > 0 ? "\t" : "") << first + port * width;
@@ -88,7 +88,7 @@ void Model::release() {
 ShapedModel::ShapedModel(const Shape& shape) : Model(Folder::path) {
     writeFiles(Folder::path, shape);
     setenv("KORVAN_FMU_ROOT", Folder::path.c_str(), 1);
-    const fs::path solver = Folder::path / "solver"; // a path of the same length wherever the build lies
+    const fs::path solver = Folder::path / "solver"; // the same length wherever the build folder is
     fs::create_directory_symlink(NO_OP_SOLVER, solver);
     for (const char* name : {"NUSOL_DLL_DIR", "KELDEX_PATH"}) setenv(name, solver.c_str(), 1);
 }

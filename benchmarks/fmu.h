@@ -1,4 +1,4 @@
-// The FMU under measurement: the built library, opened as a master opens it, and the files of a model of any size.
+// The FMU that is measured: the built library, opened as a master opens it, and the files of a model of any size.
 #pragma once
 
 #include <string>
@@ -7,14 +7,14 @@
 #include "tests/support.h"
 
 struct Shape {
-    int ports = 2; ///< inputs, and as many outputs, each one wide
+    int ports = 2; ///< number of inputs and number of outputs, each of width 1
     int reals = 16;
     int integers = 0;
     int booleans = 0;
     int strings = 0;
 };
 
-/// An address that takes the type of what it is assigned to.
+/// An address that converts to any pointer type.
 struct Symbol {
     void* address;
     template <typename Type>
@@ -23,7 +23,7 @@ struct Symbol {
     }
 };
 
-/// The functions of an opened library; throws when it cannot be opened.
+/// A loaded library and its functions; throws when it cannot be loaded.
 struct Library {
     explicit Library(const std::string& path);
     Symbol operator[](const char* name) const;
@@ -62,7 +62,7 @@ struct Solver {
 
 const Solver& noOpSolver();
 
-/// One instance at a time of the model whose FMU is unpacked in a folder.
+/// An FMU unpacked in a folder, with one instance at a time.
 class Model {
 public:
     explicit Model(const std::string& folder) : location("file://" + folder + "/resources") {}
@@ -70,15 +70,15 @@ public:
     Model(const Model&) = delete;
     Model& operator=(const Model&) = delete;
 
-    void instantiate(); ///< throws when it fails, as the next one does
-    void start();       ///< as far as the first step
+    void instantiate(); ///< throws when it fails, as does `start`
+    void start();       ///< initializes; the next call is the first step
     void release();
 
     fmi2Component instance = nullptr;
     const std::string location;
 };
 
-/// A model of a given shape, on the interface library that does nothing.
+/// A model of a given shape, with the interface library that does nothing.
 struct ShapedModel : Folder, Model {
     explicit ShapedModel(const Shape& shape);
 };

@@ -1,10 +1,10 @@
-"""Counts the instructions of each call and holds them against the counts that are kept.
+"""Counts the instructions of each call and compares them with recorded counts.
 
-instructions.py PROGRAM VALGRIND KEPT [--record]
+instructions.py PROGRAM VALGRIND RECORDED [--record]
 
-PROGRAM runs each case under callgrind; the mean of each goes into a row. Fails when one has grown by more than 5
-percent, or when cases and rows are not the same ones. Without a file of kept counts, as for a compiler that has none,
-the exit code is 77. --record writes the file.
+Runs PROGRAM, which has all cases, under callgrind. Fails when the mean count of a case has grown by more than 5
+percent, or when the cases are not those of the file RECORDED. The exit code is 77 when that file does not exist, as
+for another compiler. --record writes it.
 """
 
 import csv
@@ -16,7 +16,7 @@ from pathlib import Path
 
 GROWTH = 1.05
 
-# Nothing of the machine counts: no variables beside the program's own, no text functions for newer processors.
+# The counts must not depend on the machine: no environment, no string functions for newer processors.
 FEATURES = "AVX512F AVX2 AVX SSE4_2 SSE4_1 SSSE3 ERMS FSRM BMI2 BMI1 MOVBE LZCNT POPCNT"
 ENVIRONMENT = {"GLIBC_TUNABLES": "glibc.cpu.hwcaps=" + ",".join(f"-{name}" for name in FEATURES.split())}
 
@@ -24,7 +24,7 @@ Case = tuple[str, int]
 
 
 def count(program: str, valgrind: str) -> dict[Case, dict[str, float]]:
-    """The mean of each case's runs, by side ("fmu", "floor", ...)."""
+    """The mean count of each case, by side ("fmu", "floor", ...)."""
     counts: dict[Case, dict[str, float]] = {}
     with tempfile.TemporaryDirectory() as folder:
         command = [valgrind, "--quiet", "--tool=callgrind", f"--callgrind-out-file={folder}/out", program]
@@ -51,12 +51,12 @@ def read(file: Path) -> dict[Case, float]:
         return {(row["call"], int(row["size"])): float(row["fmu"]) for row in csv.DictReader(stream)}
 
 
-def complaints(counts: dict[Case, dict[str, float]], kept: dict[Case, float]) -> list[str]:
-    found = [f"{what}, size {size}: is counted, but has no kept count" for what, size in counts.keys() - kept.keys()]
-    for case, before in kept.items():
+def differences(counts: dict[Case, dict[str, float]], recorded: dict[Case, float]) -> list[str]:
+    found = [f"{what}, size {size}: has no recorded count" for what, size in counts.keys() - recorded.keys()]
+    for case, before in recorded.items():
         name = "{}, size {}".format(*case)
         if case not in counts:
-            found.append(f"{name}: has a kept count, but is no longer counted")
+            found.append(f"{name}: has a recorded count, but is no longer measured")
         elif (now := counts[case]["fmu"]) > before * GROWTH:
             found.append(f"{name}: grew from {before:g} to {now:g} instructions, {now / before - 1:+.1%}")
     return sorted(found)
@@ -66,18 +66,18 @@ def main() -> int:
     program, valgrind, file = sys.argv[1], sys.argv[2], Path(sys.argv[3])
     recording = sys.argv[4:] == ["--record"]
     if not recording and not file.exists():
-        print(f"{file} is not there: no counts are kept for this compiler")
+        print(f"no counts are recorded for this compiler: {file} does not exist")
         return 77
     counts = count(program, valgrind)
     if recording:
         record(file, counts)
         return 0
-    kept = read(file)
-    for (what, size), before in kept.items():
+    recorded = read(file)
+    for (what, size), before in recorded.items():
         now = counts.get((what, size), {}).get("fmu", before)
         if now * GROWTH < before:
-            print(f"{what}, size {size}: fell from {before:g} to {now:g} instructions; record that")
-    found = complaints(counts, kept)
+            print(f"{what}, size {size}: fell from {before:g} to {now:g} instructions; record the new count")
+    found = differences(counts, recorded)
     print(*found, sep="\n")
     if found:
         print("To record new counts: cmake --build --preset release --target record_instructions")

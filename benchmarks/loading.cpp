@@ -1,5 +1,5 @@
-// Loads libraries one after the other, each with all its symbols bound, and prints the nanoseconds of each; then those
-// of looking up names in the last one: loading LIBRARY... -- NAME...
+// Loads libraries one after the other with all symbols bound, then looks up names in the last one. Prints the
+// nanoseconds of each load and of all look-ups: loading LIBRARY... -- NAME...
 #include <stdio.h>
 #include <string.h>
 #include <time.h>

@@ -1,4 +1,4 @@
-"""Runs the benchmark programs of a build and collects their figures."""
+"""Runs the benchmark programs of a build and returns their results."""
 
 import json
 import os
@@ -35,8 +35,8 @@ def output(*command: object) -> list[str]:
 
 
 def times(build: Path) -> Times:
-    """Nanoseconds of the processor for every case, by side. Repetitions are short, and those of all cases are mixed;
-    the least disturbed one counts."""
+    """Processor time of every case in nanoseconds, by side: the shortest of many short repetitions, which are
+    interleaved with those of the other cases."""
     results = build / "timing.json"
     output(build / "benchmarks/timing", *TIMING, f"--benchmark_out={results}")
     found: Times = {}
@@ -53,7 +53,7 @@ def counts(build: Path) -> dict[tuple[str, int], dict[str, float]]:
 
 
 def needed(library: str) -> list[str]:
-    """The libraries that come with a library, each behind those that it needs itself."""
+    """The libraries that a library needs, each after those that it needs itself."""
     paths = dict(re.findall(r"(\S+) => (\S+)", "\n".join(output("ldd", library))))
     order: list[str] = []
 
@@ -68,8 +68,8 @@ def needed(library: str) -> list[str]:
 
 
 def loading(build: Path) -> tuple[dict[str, float], float]:
-    """Nanoseconds to load an empty library, each that the FMU's needs, then the FMU's itself; and to look up the names
-    of all calls. The medians of 50 fresh processes."""
+    """Nanoseconds to load an empty library, each library that the FMU's needs, and the FMU's; and to look up the names
+    of all functions. Medians of 50 new processes."""
     library = str(build / "libtessaro_fmu.so")
     names = re.findall(r"^\s*(fmi2\w+);", (ROOT / "tessaro_fmu.map").read_text(), re.M)
     files = [str(build / "benchmarks/empty.so"), *needed(library), library]
@@ -79,8 +79,8 @@ def loading(build: Path) -> tuple[dict[str, float], float]:
 
 
 def cosimulation(build: Path) -> dict[str, float]:
-    """Nanoseconds a step of the demo's model: its solver alone, through the FMU, in FMPy. Each step counts with the
-    least that it took in any run."""
+    """Mean nanoseconds of a step of the demo's model: with its solver alone, through the FMU, in FMPy. For each step the
+    shortest time of all runs is used."""
     os.environ["KORVAN_FMU_ROOT"] = str(build.resolve() / "installation")
     files = ("benchmarks/cosimulation", "tessaro-fmu", "libtessaro_fmu.so")
     program, packer, library = (build.resolve() / file for file in files)

@@ -1,4 +1,4 @@
-// An interface library that does nothing: what is left of a step is the FMU's own.
+// An interface library that does nothing, so that only the FMU's part of a step is measured.
 #include "plant/access_interface.h"
 
 extern "C" {

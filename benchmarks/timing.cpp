@@ -1,4 +1,4 @@
-// The times of all cases, with Google Benchmark: its options, names such as "fmi2GetReal/fmu/1024".
+// Times all cases with Google Benchmark, under names such as "fmi2GetReal/fmu/1024". Takes its options.
 #include <algorithm>
 
 #include <malloc.h>
@@ -26,7 +26,7 @@ void measure(benchmark::State& state, const Case& measured) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // Memory stays with the process: fetching it from the system anew would hide what an instance costs.
+    // Freed memory is kept by the process: getting it from the system again would hide the cost of an instance.
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     benchmark::Initialize(&argc, argv);

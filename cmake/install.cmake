@@ -1,9 +1,9 @@
 # What `cmake --install` gives: the library, its public headers, a package for find_package(tessaro_fmu), and the program
-# tessaro-fmu, which packaging/CMakeLists.txt adds.
+# tessaro-fmu, which tool/CMakeLists.txt adds.
 #
 #   tessaro_fmu::tessaro_fmu        the library, with the headers of its exported functions
 #   tessaro_fmu::access_interface   the header that a solver's interface library is written against, without the library
-#   tessaro_fmu::tessaro-fmu        the program, for custom commands that make FMUs
+#   tessaro_fmu::tessaro-fmu        the program; tessaro_fmu_add_fmu(TARGET DESCRIPTION ...) makes an FMU with it
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
@@ -20,14 +20,16 @@ install(TARGETS tessaro_fmu access_interface
     INCLUDES DESTINATION ${header_directory})
 install(EXPORT tessaro_fmuTargets NAMESPACE tessaro_fmu:: DESTINATION ${package_directory})
 
-# Folder paths stand in every include, so the headers keep them.
+# Folder paths are part of every include, so the headers keep their folders.
 install(FILES plant/access_interface.h DESTINATION ${header_directory}/plant)
 install(FILES fmi/fmi2.h DESTINATION ${header_directory}/fmi)
+install(FILES resources/location_prefix.h resources/model_generation.h resources/parameter_files.h
+    DESTINATION ${header_directory}/resources)
+install(FILES fmi/instance/fmi2_types.h DESTINATION ${header_directory}/fmi/instance)
+install(FILES util/internal/export.h DESTINATION ${header_directory}/util/internal)
 install(DIRECTORY util/ DESTINATION ${header_directory}/util
     FILES_MATCHING PATTERN *.h
-    PATTERN c_locale.h EXCLUDE
-    PATTERN joining.h EXCLUDE
-    PATTERN owners.h EXCLUDE)
+    PATTERN internal EXCLUDE)
 
 configure_package_config_file(
     ${CMAKE_CURRENT_LIST_DIR}/tessaro_fmuConfig.cmake.in ${PROJECT_BINARY_DIR}/tessaro_fmuConfig.cmake
@@ -35,4 +37,5 @@ configure_package_config_file(
     NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tessaro_fmuConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/tessaro_fmuConfig.cmake ${PROJECT_BINARY_DIR}/tessaro_fmuConfigVersion.cmake
+        ${CMAKE_CURRENT_LIST_DIR}/tessaro_fmu_add_fmu.cmake
     DESTINATION ${package_directory})

@@ -1,6 +1,6 @@
-"""Runs the FMU of a demo model step by step and holds it against the model's exact solution.
+"""Runs the FMU of a demo model step by step and compares it with the model's exact solution.
 
-What is a model's own stands in the module of its name; `Model` says what that offers.
+What differs between models is in a module named after the model; `Model` says what such a module has.
 """
 
 import argparse
@@ -27,7 +27,7 @@ class Model(Protocol):
     """The module of a model."""
 
     NOTHING_MOVES: str
-    """What to say when the exact solution stands still, with which a run can't be compared."""
+    """The message if the exact solution is constant, so that there is nothing to compare."""
 
     def input_signal(self, times: Array) -> Array:
         """The input from each of the times to the next one."""
@@ -36,10 +36,10 @@ class Model(Protocol):
         """Every output, "x", with its derivatives, "der(x)" and "der(x,2)", at each of the times."""
 
     def check(self, session: Session, comparison: report.Comparison) -> list[str]:
-        """Shows further checks of the run and names what fails them."""
+        """Shows further checks of the run; returns the names of those that fail."""
 
     def draw(self, session: Session, comparison: report.Comparison) -> list[str]:
-        """Makes pictures in the session's folder and gives the names of their files."""
+        """Draws pictures in the session's folder and returns the names of their files."""
 
 
 def main() -> int:
@@ -106,12 +106,12 @@ def number(text: str) -> float:
 def positive(text: str) -> float:
     value = number(text)
     if value <= 0.0:
-        raise argparse.ArgumentTypeError(f"'{text}' is not above 0")
+        raise argparse.ArgumentTypeError(f"'{text}' is not positive")
     return value
 
 
 def parameter_values(master: Master, changes: dict[str, float]) -> dict[str, float]:
-    """The start value of every parameter, or what it is changed to, with the six decimals that reach the solver."""
+    """The start value of every parameter, or its new value, rounded to the six decimals that reach the solver."""
     values = {parameter.name: float(parameter.start) for parameter in master.parameters}
     if unknown := sorted(changes.keys() - values.keys()):
         sys.exit(f"cosimulate: there is no parameter {', '.join(unknown)}; there are {', '.join(values)}")
@@ -137,7 +137,7 @@ def show_time(record: Recording) -> None:
 
 
 def show_verdict(failures: list[str]) -> int:
-    """The exit code: 0 when every signal is as exact as it has to be."""
+    """The exit code: 0 if every signal is as exact as required."""
     if failures:
         console.print(f"Too far from the exact solution: {', '.join(dict.fromkeys(failures))}", style="bold red")
         return 1

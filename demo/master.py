@@ -20,7 +20,7 @@ Array = NDArray[np.float64]
 
 
 class FmuError(Exception):
-    """A call of the FMU failed. Why, it has told through its messages."""
+    """A call of the FMU failed; the FMU has logged the reason."""
 
 
 class Stopwatch:
@@ -39,7 +39,7 @@ class Stopwatch:
 
 @dataclass
 class Recording:
-    """What an FMU did: its input and signals at the communication points, and the time spent in it."""
+    """A run of an FMU: its input and signals at the communication points, and the time spent in it."""
 
     times: Array
     inputs: Array
@@ -50,7 +50,7 @@ class Recording:
 
 
 def communication_points(stop: float, step: float) -> Array:
-    """0, step, 2 step and so on to stop; the last step may be shorter than the others."""
+    """0, step, 2 step and so on up to stop; the last step may be shorter than the others."""
     steps = math.ceil(stop / step - 1e-9)
     return np.append(np.arange(steps) * step, stop)
 
@@ -58,7 +58,7 @@ def communication_points(stop: float, step: float) -> Array:
 class Master:
     """Runs an FMU with one input and records its outputs with their first and second derivatives.
 
-    log(status, text) gets every message of the FMU.
+    log(status, text) is called with every message of the FMU.
     """
 
     def __init__(self, archive: Path, log: Callable[[int, str], None]) -> None:
@@ -81,9 +81,9 @@ class Master:
         inputs: Array,
         track: Callable[[range], Iterable[int]] = iter,
     ) -> Recording:
-        """Steps through the times with these values of parameters; inputs[n] is set at times[n].
+        """Steps through the times with these parameters; inputs[n] is set at times[n].
 
-        track wraps the numbers of the steps and may show the progress.
+        track wraps the step numbers and may show the progress.
         """
         record = Recording(times, inputs, {name: np.zeros(len(times)) for name in self.signals})
         try:
@@ -98,7 +98,7 @@ class Master:
 
     @contextmanager
     def _instance(self, values: Mapping[str, float], stop: float, record: Recording) -> Iterator[FMU2Slave]:
-        """The FMU from the end of its initialization on, unpacked into a folder of its own."""
+        """The FMU after its initialization, unpacked into a folder of its own."""
         with tempfile.TemporaryDirectory(prefix=f"{self._archive.stem}-") as folder:
             fmpy.extract(str(self._archive), unzipdir=folder)
             with record.starting:
@@ -112,7 +112,7 @@ class Master:
                     fmu.freeInstance()
 
     def _initialized(self, folder: str, values: Mapping[str, float], stop: float) -> FMU2Slave:
-        """An instance ready to step. One that can't start its solver has released itself: it isn't freed here."""
+        """An instance ready to step. One whose solver does not start releases itself, so it is not freed here."""
         try:
             fmu = instantiate_fmu(folder, self._description, "CoSimulation", debug_logging=True, logger=self._receive)
         except Exception as failure:  # FMPy raises nothing narrower
@@ -130,7 +130,7 @@ class Master:
             fmu.doStep(record.times[n], record.times[n + 1] - record.times[n])
 
     def _sample(self, fmu: FMU2Slave, record: Recording, n: int) -> None:
-        """Reads all signals. Derivatives are read as variables, which works whatever the widths of the ports are."""
+        """Reads all signals. Derivatives are read as variables, which works for ports of any width."""
         references = [self._references[name] for name in self.signals]
         with record.stepping:
             values = fmu.getReal(references)

@@ -1,4 +1,4 @@
-"""The quarter car by itself: the road it drives over and its exact motion, computed without the solver.
+"""The quarter car: the road it drives over and its exact motion, computed without the solver.
 
 Body and wheel move up and down only, m_c z_c'' = F_s and m_w z_w'' = k_w (z_road - z_w) - F_s, with
 F_s = k_c (z_w - z_c) + d_c (z_w' - z_c'). The state is (z_c, z_c', z_w, z_w'); the car starts from rest.
@@ -29,7 +29,7 @@ def exact(parameters: Mapping[str, float], times: Array, road: Array) -> dict[st
     """Every output, "z_c", with its derivatives, "der(z_c)" and "der(z_c,2)", at each of the times.
 
     road[n] is the road's height from times[n] to times[n + 1]. Where a derivative jumps with the road, its value is the
-    one before the jump: a step ends with the road it was made with.
+    one before the jump: the road that a step began with applies up to its end.
     """
     a, b, c = _matrices(**parameters)
     states = _states(a, b, times, road)
@@ -65,7 +65,7 @@ def _states(a: Array, b: Array, times: Array, road: Array) -> Array:
 
 
 def check(_session: Session, _comparison: report.Comparison) -> list[str]:
-    """The exact solution says all that there is to check."""
+    """There is nothing to check besides the exact solution."""
     return []
 
 

@@ -1,4 +1,4 @@
-"""What a run leaves behind: how far it is from the exact solution, a table of values, a picture."""
+"""The results of a run: its distance from the exact solution, a table of values, a picture."""
 
 import csv
 import itertools
@@ -20,7 +20,7 @@ COLOURS = ("#1f5fa8", "#e08a2e", "#3a8f4d", "#8450a0")
 
 @dataclass(frozen=True)
 class Comparison:
-    """A run and what it should have been."""
+    """A run and the exact solution."""
 
     record: Recording
     exact: Mapping[str, Array]
@@ -35,7 +35,7 @@ class Comparison:
 
 @dataclass
 class Checks:
-    """A table whose lines pass or fail, and the names of those that fail."""
+    """A table whose rows pass or fail, and the names of those that fail."""
 
     title: str
     headings: Sequence[str]
@@ -48,7 +48,7 @@ class Checks:
             self.failures.append(name)
 
     def show(self, console: Console) -> None:
-        """Prints title and table, what fails in red."""
+        """Prints title and table, failing rows in red."""
         table = Table()
         for heading in self.headings:
             table.add_column(heading, justify="right" if table.columns else "left")
@@ -59,7 +59,7 @@ class Checks:
 
 
 def distance(comparison: Comparison) -> Checks:
-    """A line for each signal; a value that is not a number fails, too."""
+    """A row for each signal; a NaN fails as well."""
     checks = Checks(
         f"Distance from the exact solution, at most {comparison.tolerance:g} of the range",
         ("signal", "range", "largest error", "error / range"),
@@ -72,7 +72,7 @@ def distance(comparison: Comparison) -> Checks:
 
 
 def write_csv(file: Path, input_name: str, comparison: Comparison) -> None:
-    """Time, input, every signal, and every signal as it should be."""
+    """Time, input, every signal, and the exact solution of every signal."""
     record = comparison.record
     columns = {"time": record.times, input_name: record.inputs, **record.signals}
     columns |= {f"exact {name}": comparison.exact[name] for name in record.signals}
@@ -85,7 +85,7 @@ def write_csv(file: Path, input_name: str, comparison: Comparison) -> None:
 def draw(
     file: Path, title: str, driven: ModelVariable, outputs: Sequence[ModelVariable], comparison: Comparison
 ) -> None:
-    """A panel for each unit, the exact solution as a thin line in its place, and the errors below."""
+    """A panel for each unit with the exact solution as a thin line, and the errors below."""
     units = dict.fromkeys(variable.unit for variable in outputs)
     figure = Figure(figsize=(9, 8), layout="constrained")
     axes = figure.subplots(len(units) + 1, sharex=True)
@@ -125,7 +125,7 @@ def _draw_outputs(
 
 
 def _draw_errors(axis: Axes, colours: Mapping[str, str], comparison: Comparison) -> None:
-    """Errors of zero have no place on a logarithmic axis and leave a gap."""
+    """Errors of zero, which a logarithmic axis can't show, leave a gap."""
     for name, colour in colours.items():
         error = comparison.error(name) / comparison.range(name)
         visible = np.where(error > 0.0, error, np.nan)
@@ -138,7 +138,7 @@ def _label(variable: ModelVariable) -> str:
 
 
 def finish(axis: Axes, label: str) -> None:
-    """Gives an axis its label and the look that all pictures share."""
+    """Gives an axis its label and the look of all pictures."""
     axis.set_ylabel(label)
     axis.grid(alpha=0.25, linewidth=0.6)
     axis.spines[["top", "right"]].set_visible(False)

@@ -1,4 +1,4 @@
-"""What a user asked of a demo model's FMU, and the ways to run it."""
+"""A run of a demo model's FMU as the user asked for it."""
 
 import tempfile
 from contextlib import chdir
@@ -27,14 +27,14 @@ class Session:
     out: Path
 
     def run(self) -> Recording:
-        """The run itself; the solver writes its result file into the working directory, here `out`."""
+        """The run itself; the solver writes its result file to the working directory, here `out`."""
         with chdir(self.out):
             return self.master.run(
                 self.values, self.times, self.inputs, lambda steps: track(steps, "Stepping", console=self.console)
             )
 
     def run_again(self, chosen: Array) -> Recording:
-        """A run with only the chosen ones of the communication points. It leaves no file and tells only of trouble."""
+        """A run with only the chosen communication points. It leaves no file and shows only warnings and errors."""
         master = Master(self.archive, lambda status, text: show_message(self.console, status, text, lowest=1))
         with tempfile.TemporaryDirectory() as folder, chdir(folder):
             return master.run(self.values, self.times[chosen], self.inputs[chosen])

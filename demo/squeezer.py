@@ -1,4 +1,4 @@
-"""The squeezing mechanism's run: only its constant drive acts on the crank; and how its result is checked and shown."""
+"""The run of the squeezing mechanism, driven only by a constant torque on the crank; its checks and pictures."""
 
 from collections.abc import Mapping
 
@@ -29,12 +29,12 @@ STEP_FACTORS = (1, 3, 10)
 
 
 def input_signal(times: Array) -> Array:
-    """The torque on the crank beside its drive: none."""
+    """The torque on the crank in addition to its drive: none."""
     return np.zeros(len(times))
 
 
 def check(session: Session, comparison: Comparison) -> list[str]:
-    """Holds the run against the published angles, against the geometry and against longer steps; names what is off."""
+    """Compares the run with the published angles, the geometry and runs with longer steps; returns the failures."""
     checks = [_geometry(comparison), _steps(session, comparison)]
     if session.has_defaults() and np.isclose(session.times[-1], PUBLISHED_TIME):
         checks.insert(0, _published(comparison))
@@ -65,7 +65,7 @@ def _published(comparison: Comparison) -> Checks:
 
 
 def _geometry(comparison: Comparison) -> Checks:
-    """F, and P by each way to it, with their derivatives, from the recorded angles and theirs."""
+    """F, and P along each chain, with their derivatives, from the recorded angles and their derivatives."""
     checks = Checks(
         f"F and P as the angles place them, error / range at most {GEOMETRY_TOLERANCE:g}",
         ("point, by", "position", "velocity", "acceleration"),
@@ -81,7 +81,7 @@ def _geometry(comparison: Comparison) -> Checks:
 
 
 def _steps(session: Session, comparison: Comparison) -> Checks:
-    """The step of the run, and longer ones, whose communication points are some of the run's."""
+    """The step of the run and longer ones, whose communication points are among those of the run."""
     record = comparison.record
     checks = Checks(
         f"Other communication steps, differences at most {comparison.tolerance:g} of the range",

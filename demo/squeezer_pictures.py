@@ -42,7 +42,7 @@ MOST_FRAMES = 120
 
 
 def draw_signals(file: Path, comparison: Comparison) -> None:
-    """The angles with their derivatives, the fast ones apart; the points F and P; and the errors of all signals."""
+    """The angles with their derivatives, fast ones separately; the points F and P; and the errors of all signals."""
     figure = Figure(figsize=(12, 12), layout="constrained")
     axes = figure.subplots(4, 2, sharex=True)
     figure.suptitle("Andrews' squeezing mechanism: seven bodies in closed loops", fontsize=14)
@@ -113,7 +113,7 @@ def animate(file: Path, record: Recording) -> None:
 
 
 class _Scene:
-    """A figure of the mechanism, in mm. What stands still is drawn once, what moves once a frame on top of it."""
+    """A figure of the mechanism, in mm. What does not move is drawn once, what moves in each frame on top of it."""
 
     def __init__(self, times: Array, angles: Array) -> None:
         self._times = times

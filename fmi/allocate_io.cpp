@@ -1,16 +1,16 @@
 // The part of instantiation that the parameter files decide: counts, real values, ports.
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
-#include "fmi/allocation.h"
 #include "fmi/fmu_callback2.h"
-#include "fmi/installation.h"
-#include "fmi/log.h"
-#include "resources/parameter_files.h"
+#include "fmi/instance/allocation.h"
+#include "fmi/instance/installation.h"
+#include "fmi/instance/log.h"
+#include "fmi/instance/process_lock.h"
+#include "resources/parameter_records.h"
 #include "resources/resource_location.h"
-#include "util/joining.h"
-#include "util/owners.h"
+#include "util/internal/joining.h"
+#include "util/internal/open_failure.h"
+#include "util/internal/owners.h"
 
 namespace {
 
@@ -43,25 +43,28 @@ bool checkCounts(const FmuInstance* instance, const FmuParRecord& record, const 
     return true;
 }
 
-/// Reads `mv.par` into `g_mv_par`. A missing file is no failure: the record is then left as it is.
-bool readNames(const FmuInstance* instance, const char* path) {
-    MvParRecord read{};
-    const int result = fread_mv_par(path, &read);
-    const bool lacking = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
-    if (result == -1 && !lacking) return true;
-    if (result != 0) {
-        logSetupError(instance, "fmi2Instantiate: Unable to read parameter file [%s]: %s.", path,
-                      result == -1   ? std::strerror(errno)
-                      : result == -2 ? "illegal number of names"
-                                     : "out of memory");
-        return false;
-    }
-    releaseNames(g_mv_par);
-    g_mv_par = read;
+/// Reads `fmu2ts.par` into `g_fmu_par`, of which `parameters` becomes a copy. False if it cannot be read.
+bool readParameters(const char* path, FmuParRecord& parameters) {
+    const ProcessLock lock; // lines may be empty: what they leave alone is the former content
+    if (fread_par(path, &g_fmu_par) < 0) return false;
+    parameters = g_fmu_par;
     return true;
 }
 
-bool readParameterFiles(const FmuInstance* instance, const char* resourceLocation) {
+/// Reads `mv.par` into `g_mv_par`. A missing file is not a failure: the record is then left unchanged.
+bool readNames(const FmuInstance* instance, const char* path) {
+    NameLists names;
+    const int result = fread_mv_par(path, &names.record);
+    if (result == -1 && !ranOutOfResources()) return true;
+    if (result != 0) {
+        logSetupError(instance, "fmi2Instantiate: Unable to read parameter file [%s]: %s.", path, namesFailure(result));
+        return false;
+    }
+    exchangeNames(names);
+    return true;
+}
+
+bool readParameterFiles(const FmuInstance* instance, const char* resourceLocation, FmuParRecord& parameters) {
     const MallocText folder(convert_URI_to_path(resourceLocation));
     if (!folder) {
         logSetupError(instance, "fmi2Instantiate: Resource location [%s] has no path.", resourceLocation);
@@ -72,11 +75,11 @@ bool readParameterFiles(const FmuInstance* instance, const char* resourceLocatio
     PathBuffer namesPath;
     if (!joinPath(instance, folder.get(), "fmu2ts.par", shapePath)) return false;
     if (!joinPath(instance, folder.get(), "mv.par", namesPath)) return false;
-    if (fread_par(shapePath.data(), &g_fmu_par) < 0) {
+    if (!readParameters(shapePath.data(), parameters)) {
         logSetupError(instance, "fmi2Instantiate: Unable to read parameter file [%s].", shapePath.data());
         return false;
     }
-    return readNames(instance, namesPath.data()) && checkCounts(instance, g_fmu_par, shapePath.data());
+    return readNames(instance, namesPath.data()) && checkCounts(instance, parameters, shapePath.data());
 }
 
 void takeCounts(FmuInstance* instance, const FmuParRecord& record) {
@@ -89,8 +92,24 @@ void takeCounts(FmuInstance* instance, const FmuParRecord& record) {
     instance->nString = static_cast<std::uint32_t>(record.nString);
 }
 
-/// False when one of the arrays is lacking.
-bool allocateArrays(FmuInstance* instance) {
+/// Whether `width` reals from `first` on all belong to variables.
+bool areVariables(std::int32_t first, std::int32_t width, std::int32_t nReal) {
+    return first >= 0 && width >= 0 && std::int64_t{first} + width <= nReal;
+}
+
+/// How many reals there must be for the variables and for the derivatives of every output port whose values are
+/// variables. Those of a port at the end may go past the last variable.
+std::size_t realsNeeded(const FmuParRecord& record) {
+    std::int64_t needed = record.nReal;
+    for (int i = 0; i < record.nOutputPorts; ++i) {
+        const std::int32_t first = record.outputPortOffset[i], width = record.outputPortWidth[i];
+        if (areVariables(first, width, record.nReal)) needed = std::max(needed, first + 3 * std::int64_t{width});
+    }
+    return static_cast<std::size_t>(needed);
+}
+
+/// False if an allocation fails.
+bool allocateArrays(FmuInstance* instance, std::size_t nReals) {
     const fmi2CallbackFunctions& functions = *instance->functions;
     instance->inputPortSize = allocateArray<std::uint32_t>(functions, instance->nInputPorts);
     instance->inputPortValues = allocateArray<double*>(functions, instance->nInputPorts);
@@ -98,9 +117,9 @@ bool allocateArrays(FmuInstance* instance) {
     instance->outputPortDots = allocateArray<double*>(functions, instance->nOutputPorts);
     instance->outputPortDotDots = allocateArray<double*>(functions, instance->nOutputPorts);
     instance->outputPortSize = allocateArray<std::uint32_t>(functions, instance->nOutputPorts);
-    instance->realValues = allocateArray<double>(functions, instance->nReal);
+    instance->realValues = allocateArray<double>(functions, nReals);
 
-    if (instance->nReal > 0 && instance->realValues == nullptr) return false;
+    if (nReals > 0 && instance->realValues == nullptr) return false;
     if (instance->nInputPorts > 0 && (instance->inputPortSize == nullptr || instance->inputPortValues == nullptr))
         return false;
     return instance->nOutputPorts == 0 ||
@@ -108,25 +127,23 @@ bool allocateArrays(FmuInstance* instance) {
             instance->outputPortDots != nullptr && instance->outputPortDotDots != nullptr);
 }
 
-/// Where `count` reals from `first` on stand; null when not all of them are there.
-double* blockOfReals(const FmuInstance* instance, std::int32_t first, std::int64_t count) {
-    const bool inside = first >= 0 && count >= 0 && first + count <= std::int64_t{instance->nReal};
-    return inside && instance->realValues != nullptr ? instance->realValues + first : nullptr;
-}
-
 /// Points every port at its block of reals; the derivatives of an output port follow its values. The addresses of a
-/// port that does not lie within the reals stay null, and initialization is refused.
+/// port whose values are not all variables stay null, and initialization is refused.
 void placePorts(FmuInstance* instance, const FmuParRecord& record) {
+    std::fill_n(instance->inputPortValues, instance->nInputPorts, nullptr);
+    for (double** addresses : {instance->outputPortValues, instance->outputPortDots, instance->outputPortDotDots})
+        std::fill_n(addresses, instance->nOutputPorts, nullptr);
+
     for (std::uint32_t i = 0; i < instance->nInputPorts; ++i) {
-        const std::int32_t width = record.inputPortWidth[i];
+        const std::int32_t first = record.inputPortOffset[i], width = record.inputPortWidth[i];
         instance->inputPortSize[i] = static_cast<std::uint32_t>(width);
-        instance->inputPortValues[i] = blockOfReals(instance, record.inputPortOffset[i], width);
+        if (areVariables(first, width, record.nReal)) instance->inputPortValues[i] = instance->realValues + first;
     }
     for (std::uint32_t i = 0; i < instance->nOutputPorts; ++i) {
-        const std::int32_t width = record.outputPortWidth[i];
+        const std::int32_t first = record.outputPortOffset[i], width = record.outputPortWidth[i];
         instance->outputPortSize[i] = static_cast<std::uint32_t>(width);
-        double* values = blockOfReals(instance, record.outputPortOffset[i], 3 * std::int64_t{width});
-        if (values == nullptr) continue;
+        if (!areVariables(first, width, record.nReal)) continue;
+        double* values = instance->realValues + first;
         instance->outputPortValues[i] = values;
         instance->outputPortDots[i] = values + width;
         instance->outputPortDotDots[i] = values + 2 * std::ptrdiff_t{width};
@@ -135,13 +152,18 @@ void placePorts(FmuInstance* instance, const FmuParRecord& record) {
 
 } // namespace
 
-int Allocate_io(FmuInstance* instance, const char* resourceLocation) {
-    if (!readParameterFiles(instance, resourceLocation)) return filesUnusable;
+int Allocate_io(FmuInstance* instance, const char* resourceLocation, FmuParRecord& parameters) {
+    if (!readParameterFiles(instance, resourceLocation, parameters)) return -1;
 
-    takeCounts(instance, g_fmu_par);
-    if (!allocateArrays(instance)) return allocationFailed;
+    takeCounts(instance, parameters);
+    const std::size_t nReals = realsNeeded(parameters);
+    if (!allocateArrays(instance, nReals)) {
+        logSetupError(instance, "fmi2Instantiate: Unable allocating memory.");
+        return -1;
+    }
 
+    std::fill_n(instance->realValues, nReals, 0.0);
     std::fill_n(instance->realValues, instance->nReal, neverSetReal);
-    placePorts(instance, g_fmu_par);
+    placePorts(instance, parameters);
     return 0;
 }

@@ -2,31 +2,35 @@
 #include <algorithm>
 #include <string_view>
 
-#include "fmi/call_rules.h"
 #include "fmi/fmi2.h"
 #include "fmi/fmu_callback2.h"
-#include "fmi/log.h"
+#include "fmi/instance/allocation.h"
+#include "fmi/instance/call_rules.h"
+#include "fmi/instance/log.h"
+#include "fmi/instance/reset_values.h"
 #include "plant/plant_link.h"
-#include "resources/model_generation.h"
-#include "resources/parameter_files.h"
+#include "resources/model_file.h"
+#include "resources/parameter_records.h"
 #include "resources/resource_location.h"
-#include "util/joining.h"
+#include "util/internal/joining.h"
 
 namespace {
 
 constexpr std::string_view resultExtension = ".mrf";
 constexpr std::string_view defaultResultFile = "fmu.mrf";
 
+// Kept: parameters read 0 after initialization, and inputs that were set before it are lost.
 void zeroValues(FmuInstance* instance) {
-    std::fill_n(instance->realValues, instance->nReal, 0.0);
+    std::fill_n(instance->realValues, allocatedReals(instance), 0.0);
     std::fill_n(instance->integerValues, instance->nInteger, 0);
     std::fill_n(instance->booleanValues, instance->nBoolean, fmi2False);
 }
 
 /// The result file: string variable 0, else the parameter file's, else a constant. A bare name is put into the
-/// resources, by the location as the master gave it. False, with a message, when it does not fit.
-bool chooseResultFile(FmuInstance* instance) {
-    std::string_view name = parameterText(g_fmu_par, g_fmu_par.outputName);
+/// resources, by the location as the master gave it. False, with a message, if it does not fit.
+bool chooseResultFile(FmuInstance* instance, const char* resourceLocation) {
+    const FmuParRecord parameters = currentParameters();
+    std::string_view name = parameterText(parameters, parameters.outputName);
     std::string_view extension;
     if (instance->stringValues != nullptr && instance->stringValues[0] != nullptr) {
         name = instance->stringValues[0];
@@ -40,7 +44,7 @@ bool chooseResultFile(FmuInstance* instance) {
         return false;
     }
     const bool bare = name.find_first_of("/\\") == std::string_view::npos;
-    const std::string_view folder = bare ? g_fmu_resource_location : "";
+    const std::string_view folder = bare ? resourceLocation : "";
     const std::string_view slash = bare ? "/" : "";
     if (!joinInto(instance->resultFileName, pathBufferSize, {folder, slash, name, extension})) {
         logSetupError(instance, "fmi2EnterInitializationMode: Result file name is too long.");
@@ -49,7 +53,7 @@ bool chooseResultFile(FmuInstance* instance) {
     return true;
 }
 
-/// False, with a message, when a port has no place among the reals: the solver would write elsewhere.
+/// False, with a message, if the values of a port are not all variables: the solver would write elsewhere.
 bool checkPorts(const FmuInstance* instance, const char* kind, std::uint32_t count, const std::uint32_t* sizes,
                 double* const* values) {
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -95,9 +99,11 @@ fmi2Status fmi2EnterInitializationMode(fmi2Component handle) {
     traceCall(instance, rules::enterInitializationMode.name);
 
     if (!checkPorts(instance)) return fmi2Error;
-    if (fmu_generate_xml(g_fmu_resource_location, instance) != 0) return fmi2Error;
+    const auto location = currentResourceLocation();
+    const auto lockedFolder = provideModelFile(location.data(), instance); // until the solver has read the model file
+    if (!lockedFolder) return fmi2Error;
+    if (!chooseResultFile(instance, location.data())) return fmi2Error;
     zeroValues(instance);
-    if (!chooseResultFile(instance)) return fmi2Error;
 
     instance->plant = TSplant_Instantiate(instance);
     if (instance->plant == nullptr) {
@@ -107,6 +113,7 @@ fmi2Status fmi2EnterInitializationMode(fmi2Component handle) {
         return fmi2Error;
     }
 
+    forgetReset(instance);
     instance->state = stateInitializationMode;
     return fmi2OK;
 }

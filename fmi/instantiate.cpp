@@ -3,15 +3,16 @@
 #include <memory>
 #include <string_view>
 
-#include "fmi/allocation.h"
-#include "fmi/call_rules.h"
 #include "fmi/fmi2.h"
 #include "fmi/fmu_callback2.h"
-#include "fmi/installation.h"
-#include "fmi/log.h"
-#include "resources/parameter_files.h"
+#include "fmi/instance/allocation.h"
+#include "fmi/instance/call_rules.h"
+#include "fmi/instance/installation.h"
+#include "fmi/instance/log.h"
+#include "fmi/instance/process_lock.h"
+#include "resources/parameter_records.h"
 #include "resources/resource_location.h"
-#include "util/joining.h"
+#include "util/internal/joining.h"
 
 namespace {
 
@@ -19,19 +20,20 @@ struct FreeInstance {
     void operator()(FmuInstance* instance) const { freeInstance(instance); }
 };
 
-/// An instance that is still being built; releases what there is of it when building fails.
+/// An instance under construction; released if construction fails.
 using InstanceOwner = std::unique_ptr<FmuInstance, FreeInstance>;
 
-/// Keeps the location for initialization; false when there is none or it does not fit.
+/// Stores the location for initialization; false when it is null or too long.
 bool keepResourceLocation(const char* location) {
     if (location == nullptr || std::strlen(location) >= sizeof g_fmu_resource_location) return false;
+    const ProcessLock lock;
     std::strcpy(g_fmu_resource_location, location);
     return true;
 }
 
 bool isEmpty(const char* text) { return text == nullptr || *text == '\0'; }
 
-/// Reports an argument that no instance can be made of, whatever the logging flag.
+/// False, with a message whatever the logging flag, when an argument is invalid.
 bool checkArguments(const fmi2CallbackFunctions& functions, const char* instanceName, const char* guid,
                     const char* resourceLocation, bool locationKept) {
     const char* failure = nullptr;
@@ -55,9 +57,10 @@ void reportOutOfMemory(const fmi2CallbackFunctions& functions, const char* insta
     if (loggingOn) logAs(functions, instanceName, fmi2Error, "error", "fmi2Instantiate: Unable allocating memory.");
 }
 
-/// The record with its name, or null with a message.
+/// The record with its name; null, with a message, when out of memory.
 InstanceOwner createRecord(const fmi2CallbackFunctions& functions, const char* instanceName, fmi2Boolean loggingOn) {
     InstanceOwner instance(allocateArray<FmuInstance>(functions, 1));
+    if (instance) *instance = FmuInstance{};
     initialize_comp(instance.get());
     if (instance) {
         instance->functions = &functions;
@@ -79,57 +82,55 @@ bool allocateValues(FmuInstance* instance) {
     instance->booleanValues = allocateArray<fmi2Boolean>(functions, instance->nBoolean);
     if (instance->booleanValues != nullptr) std::fill_n(instance->booleanValues, instance->nBoolean, neverSetInteger);
     instance->stringValues = allocateArray<char*>(functions, instance->nString);
+    if (instance->stringValues != nullptr) std::fill_n(instance->stringValues, instance->nString, nullptr);
 
     return (instance->nInteger == 0 || instance->integerValues != nullptr) &&
            (instance->nBoolean == 0 || instance->booleanValues != nullptr) &&
            (instance->nString == 0 || instance->stringValues != nullptr);
 }
 
-/// Neither is tested here: without a GUID the instance works all the same, and without the buffer of the result file's
-/// name initialization fails with a message.
+/// Neither allocation is tested: the GUID is not used later, and initialization fails with a message if the buffer for
+/// the result file name is missing.
 void allocateNames(FmuInstance* instance, const char* guid) {
     instance->resultFileName = allocateArray<char>(*instance->functions, pathBufferSize);
     instance->guid = allocateArray<char>(*instance->functions, std::strlen(guid) + 1);
     if (instance->guid != nullptr) std::strcpy(instance->guid, guid);
 }
 
-char* copyText(const FmuInstance* instance, std::string_view source) {
-    auto* text = allocateArray<char>(*instance->functions, source.size() + 1);
-    if (text != nullptr) text[source.copy(text, source.size())] = '\0';
-    return text;
+char* copyString(const FmuInstance* instance, std::string_view source) {
+    auto* copy = allocateArray<char>(*instance->functions, source.size() + 1);
+    if (copy != nullptr) copy[source.copy(copy, source.size())] = '\0';
+    return copy;
 }
 
-/// Resource location, slash and name in the master's memory; an empty text for an empty name.
+/// Resource location, slash and name, in the master's memory; an empty string for an empty name.
 char* joinLocation(const FmuInstance* instance, const char* location, std::string_view name) {
-    if (name.empty()) return copyText(instance, name);
+    if (name.empty()) return copyString(instance, name);
 
     const std::size_t size = name.size() + std::strlen(location) + 50;
-    auto* text = allocateArray<char>(*instance->functions, size);
-    if (text != nullptr) joinInto(text, size, {location, "/", name});
-    return text;
+    auto* joined = allocateArray<char>(*instance->functions, size);
+    if (joined != nullptr) joinInto(joined, size, {location, "/", name});
+    return joined;
 }
 
-/// The three texts of `fmu2ts.par`; false when one of them is lacking.
-bool buildTexts(FmuInstance* instance, const char* location) {
-    instance->modelFilePath = joinLocation(instance, location, parameterText(g_fmu_par, g_fmu_par.inputName));
-    instance->subdllFilePath = joinLocation(instance, location, parameterText(g_fmu_par, g_fmu_par.subdllName));
-    instance->ipAddress = copyText(instance, parameterText(g_fmu_par, g_fmu_par.ipAddress));
+/// The three strings from `fmu2ts.par`; false when out of memory.
+bool buildStrings(FmuInstance* instance, const char* location, const FmuParRecord& parameters) {
+    instance->modelFilePath = joinLocation(instance, location, parameterText(parameters, parameters.inputName));
+    instance->subdllFilePath = joinLocation(instance, location, parameterText(parameters, parameters.subdllName));
+    instance->ipAddress = copyString(instance, parameterText(parameters, parameters.ipAddress));
     return instance->modelFilePath != nullptr && instance->subdllFilePath != nullptr && instance->ipAddress != nullptr;
 }
 
-/// Everything whose size the parameter files tell; false, with a message, when it cannot be built.
+/// Everything whose size is in the parameter files; false, with a message, when it cannot be built.
 bool allocateModel(FmuInstance* instance, const char* guid, const char* resourceLocation) {
-    const int result = Allocate_io(instance, resourceLocation);
-    if (result == filesUnusable) return false;
+    FmuParRecord parameters;
+    if (Allocate_io(instance, resourceLocation, parameters) != 0) return false;
 
-    bool built = result == 0;
-    if (built) {
-        built = allocateValues(instance);
-        allocateNames(instance, guid);
-        built = built && buildTexts(instance, resourceLocation);
-    }
-    if (!built) reportOutOfMemory(*instance->functions, instance->instanceName, instance->loggingOn);
-    return built;
+    const bool valuesAllocated = allocateValues(instance);
+    allocateNames(instance, guid);
+    if (valuesAllocated && buildStrings(instance, resourceLocation, parameters)) return true;
+    reportOutOfMemory(*instance->functions, instance->instanceName, instance->loggingOn);
+    return false;
 }
 
 void setInitialState(FmuInstance* instance, fmi2Type fmuType) {
@@ -169,7 +170,7 @@ void initialize_comp(FmuInstance* instance) {
 fmi2Component fmi2Instantiate(fmi2String instanceName, fmi2Type fmuType, fmi2String fmuGUID,
                               fmi2String fmuResourceLocation, const fmi2CallbackFunctions* functions,
                               fmi2Boolean /*visible*/, fmi2Boolean loggingOn) {
-    // Environment and location are settled before any argument is looked at.
+    // The environment and the location are set before any argument is checked.
     const Installation installation = discoverInstallation();
     const bool locationKept = keepResourceLocation(fmuResourceLocation);
 

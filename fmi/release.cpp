@@ -1,8 +1,9 @@
 // The end of an instance: termination, reset, release.
-#include "fmi/call_rules.h"
 #include "fmi/fmi2.h"
 #include "fmi/fmu_callback2.h"
-#include "fmi/log.h"
+#include "fmi/instance/call_rules.h"
+#include "fmi/instance/log.h"
+#include "fmi/instance/reset_values.h"
 #include "plant/plant_link.h"
 
 fmi2Status fmi2Terminate(fmi2Component handle) {
@@ -11,7 +12,7 @@ fmi2Status fmi2Terminate(fmi2Component handle) {
 
     traceCall(instance, rules::terminate.name);
 
-    // Kept: whether the deposit succeeds does not matter. Without fmi2SetupExperiment it is stamped with time 0.
+    // Kept: the result of the deposit is ignored. Without fmi2SetupExperiment its time is 0.
     TSplant_DepositPlantInput(instance, instance->plant, 1, instance->stopTime);
     instance->state = stateTerminated;
     return fmi2OK;
@@ -23,7 +24,13 @@ fmi2Status fmi2Reset(fmi2Component handle) {
 
     traceCall(instance, rules::reset.name);
 
-    // Kept: a running plant goes on, and the next initialization starts another one beside it.
+    if (!noteReset(instance)) {
+        instance->state = stateError;
+        logMessage(instance, fmi2Error, "logError", "fmi2Reset: Out of memory.");
+        return fmi2Error;
+    }
+    // Kept: a running plant continues, and the next initialization starts another one beside it. The values are kept,
+    // but those that are not set again are left to the model.
     instance->state = stateInstantiated;
     instance->dirtyValues = fmi2True;
     return fmi2OK;
@@ -41,6 +48,7 @@ void fmi2FreeInstance(fmi2Component handle) {
 void freeInstance(FmuInstance* instance) {
     if (instance == nullptr) return;
 
+    forgetReset(instance);
     TSplant_Terminate(instance, instance->plant, instance->time);
 
     const auto freeMemory = instance->functions->freeMemory;

@@ -1,7 +1,7 @@
-// The status queries. No step is ever pending or discarded, so all but two of them answer that they do not apply.
-#include "fmi/call_rules.h"
+// The status queries. A step is never pending or discarded, so all but two report that they do not apply.
 #include "fmi/fmi2.h"
-#include "fmi/log.h"
+#include "fmi/instance/call_rules.h"
+#include "fmi/instance/log.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ const char* nameOf(fmi2StatusKind kind) {
     return "unknown status kind";
 }
 
-/// The message for a kind that a query does not answer; null for an unknown kind.
+/// The message for a kind that a query does not support; null for an unknown kind.
 const char* refusalOf(fmi2StatusKind kind) {
     switch (kind) {
     case fmi2DoStepStatus:
@@ -35,7 +35,7 @@ const char* refusalOf(fmi2StatusKind kind) {
     return nullptr;
 }
 
-/// The answer to every kind that a query does not know.
+/// The result for every kind that a query does not support.
 fmi2Status getStatus(FmuInstance* instance, const CallRule& rule, fmi2StatusKind kind) {
     if (invalidState(instance, rule)) return fmi2Error;
 

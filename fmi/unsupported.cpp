@@ -1,6 +1,6 @@
-// What the standard requires to be exported and this FMU cannot do: saved states and directional derivatives.
-#include "fmi/call_rules.h"
+// Functions that must be exported but are not supported: FMU states and directional derivatives.
 #include "fmi/fmi2.h"
+#include "fmi/instance/call_rules.h"
 
 fmi2Status fmi2GetFMUstate(fmi2Component handle, fmi2FMUstate* /*state*/) {
     return unsupportedFunction(instanceOf(handle), rules::getFMUstate);

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "fmi/fmu_instance.h"
+#include "fmi/instance/fmu_instance.h"
 #include "resources/resource_location.h"
 #include "util/dynamic_library.h"
 
@@ -10,26 +10,26 @@ namespace {
 
 FmuInstance& record(void* handle) { return *static_cast<FmuInstance*>(handle); }
 
-void freeText(char*& text) {
-    std::free(text);
-    text = nullptr;
+void freeString(char*& string) {
+    std::free(string);
+    string = nullptr;
 }
 
 } // namespace
 
 TScicosAccessFnc2::~TScicosAccessFnc2() {
-    // Kept: the strings go only together with a library, see the header.
+    // Kept: without a library the strings are not freed, see the header.
     if (libraryHandle_ == nullptr) return;
 
     NuPLDyUnloadLibrary(libraryHandle_);
     libraryHandle_ = nullptr;
-    freeText(inputPath_);
-    freeText(outputPath_);
-    freeText(subdllPath_);
+    freeString(inputPath_);
+    freeString(outputPath_);
+    freeString(subdllPath_);
 }
 
-// Kept: a path getter that is called again replaces the stored text without freeing the earlier one, which the solver
-// may still use.
+// Kept: a second call of a path getter replaces the stored string without freeing the earlier one, which the solver may
+// still use.
 char* TScicosAccessFnc2::GetStringParamInputName(void* handle) {
     return inputPath_ = convert_URI_to_path(record(handle).modelFilePath);
 }

@@ -1,19 +1,19 @@
-// The access object that the plant link hands to the solver's interface library, and the owner of that library.
+// The access object that the plant link passes to the solver's interface library. It owns the loaded library.
 #pragma once
 
 #include "plant/access_interface.h"
 
 class TScicosAccessFnc2;
 
-/// The entry points of the interface library; the handle is the `FmuInstance`, times are in seconds.
+/// The entry points of the interface library. The handle is the `FmuInstance`; times are in seconds.
 using BlkStart = void (*)(void* handle, TScicosAccessFnc2* access);
 using BlkRequestPlantOutput = void (*)(void* handle, TScicosAccessFnc2* access, double time);
 using BlkDepositPlantInput = void (*)(void* handle, int flag, TScicosAccessFnc2* access, double time);
 using BlkTerminate = void (*)(void* handle, TScicosAccessFnc2* access, double time);
 
-/// Answers for whatever `FmuInstance` it is given as handle; keeps none of its own. One object a plant run, created by
-/// the plant link and destroyed by it. Its operations, those after the inherited ones included, and its members are
-/// called and read by slot and offset: keep their order.
+/// A view of the `FmuInstance` passed as `handle`; it stores no instance. One object per plant run, created and
+/// destroyed by the plant link. Interface libraries use its operations and members by slot and offset: keep the order
+/// of all of them, also of those that are not inherited.
 class TScicosAccessFnc2 final : public TScicosAccessAPI2 {
 public:
     char* GetStringParamInputName(void* handle) override;
@@ -35,20 +35,19 @@ public:
     double* GetOutputPortRealSignalDotPtrs(void* handle, int port) override;
     double* GetOutputPortRealSignalDotDotPtrs(void* handle, int port) override;
 
-    /// Unloads the library and frees the strings. Kept: without a loaded library nothing is done at all, so strings
-    /// asked for before a failed load are not freed.
+    /// Unloads the library and frees the strings. Kept: without a loaded library it does nothing, so strings requested
+    /// before a failed load are not freed.
     virtual ~TScicosAccessFnc2();
 
-    /// Loads `tscicos.so` from the directory in NUSOL_DLL_DIR and resolves its entry points. False when any of that
-    /// fails, with a message in the master's log; nothing stays loaded then. Effect on the process: a loader error is
+    /// Loads `tscicos.so` from the directory in NUSOL_DLL_DIR and resolves its entry points. On failure: false, with a
+    /// message in the master's log and nothing left loaded. Effect on the process: an error of the dynamic loader is
     /// also printed on standard output.
     virtual bool LoadInterfaceDll(void* handle);
 
     /// True when the library and all four entry points were found.
     virtual bool isTSLoaded();
 
-    /// The last severe level (2 and above) that the library reported, without those whose blkTerminate threw; 0 when
-    /// there was none.
+    /// The last level of 2 or above that the library reported, unless its blkTerminate threw; 0 when there was none.
     virtual int getErrorCode() { return errorCode_; }
 
     TScicosAccessFnc2() = default;
@@ -56,7 +55,7 @@ public:
     TScicosAccessFnc2& operator=(const TScicosAccessFnc2&) = delete;
 
 private:
-    void* reserved_ = nullptr; ///< never used; the members below keep their offsets by it
+    void* reserved_ = nullptr; ///< never used; fixes the offsets of the members below
 
 public:
     BlkStart blkStart = nullptr;
@@ -66,16 +65,15 @@ public:
 
 private:
     bool resolveEntryPoints(void* handle, void* library);
-    template <typename EntryPoint>
-    bool resolve(EntryPoint& entryPoint, void* handle, void* library, const char* name, const char* failure);
+    void* find(void* handle, void* library, const char* name, const char* failure);
     void endRun(void* handle, double time, int level);
 
-    void* libraryHandle_ = nullptr; ///< null until all four entry points were resolved
-    char* inputPath_ = nullptr;     ///< last results of the three path getters, malloc'ed, owned
+    void* libraryHandle_ = nullptr; ///< null until all four entry points are resolved
+    char* inputPath_ = nullptr;     ///< latest results of the three path getters, malloc'ed, owned
     char* outputPath_ = nullptr;
     char* subdllPath_ = nullptr;
     int errorCode_ = 0;
-    bool terminating_ = false; ///< inside a blkTerminate that `MessageHandler` called
+    bool terminating_ = false; ///< inside the blkTerminate called by `MessageHandler`
 };
 
 static_assert(sizeof(TScicosAccessFnc2) == 88);

@@ -1,4 +1,4 @@
-// Loading the solver's interface library, and the messages that come back from it.
+// Loads the solver's interface library and handles its messages.
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -8,11 +8,14 @@
 
 #include <elf.h>
 
-#include "fmi/log.h"
+#include "fmi/instance/installation.h"
+#include "fmi/instance/log.h"
+#include "fmi/instance/process_lock.h"
 #include "plant/access_object.h"
 #include "util/dynamic_library.h"
 #include "util/environment.h"
-#include "util/owners.h"
+#include "util/internal/loading_failure.h"
+#include "util/internal/owners.h"
 #include "util/paths.h"
 
 namespace {
@@ -20,22 +23,26 @@ namespace {
 /// Levels of `MessageHandler`.
 enum MessageLevel : int { information, warning, error, fatal };
 
-/// The status that the master sees for each of them.
+/// The status logged for each level.
 constexpr fmi2Status statusOfLevel[] = {fmi2OK, fmi2Warning, fmi2Error, fmi2Fatal};
 
-constexpr const char* libraryName = "/tscicos";
+/// The value of NUSOL_DLL_DIR; null when it is not set.
+std::unique_ptr<char[]> solverDirectory() {
+    const ProcessLock lock;
+    return std::unique_ptr<char[]>(NuGetEnv(installation::solverVariable));
+}
 
-/// The library's full name, with forward slashes.
+/// The library's full path, with forward slashes.
 std::string libraryPath(const char* directory) {
-    std::string path = std::string(directory) + libraryName + GetDllExtension();
+    std::string path = std::string(directory) + "/" + installation::interfaceLibrary + GetDllExtension();
     FixPath(path.data());
     return path;
 }
 
-/// Whether a library ends before its last segment does, as one that is still being copied. The dynamic loader would map
-/// it all the same, and the process end where it touches what is missing. What else is wrong with a file, the loader
-/// tells.
-bool isCutOff(const std::string& path) {
+/// Whether the file ends before the library's last segment, for example because it is still being copied. The dynamic
+/// loader would map such a file, and reading the missing part ends the process. All other errors are reported by the
+/// loader.
+bool isTruncated(const std::string& path) {
     const Stream file(std::fopen(path.c_str(), "r"));
     Elf64_Ehdr header{};
     if (!file || std::fread(&header, sizeof header, 1, file.get()) != 1) return false;
@@ -56,20 +63,22 @@ bool isCutOff(const std::string& path) {
 bool TScicosAccessFnc2::LoadInterfaceDll(void* handle) {
     void* library = nullptr;
     try {
-        const std::unique_ptr<char[]> directory(NuGetEnv("NUSOL_DLL_DIR"));
+        const std::unique_ptr<char[]> directory = solverDirectory();
         if (!directory) {
             MessageHandler(handle, "\nError: Environment var NUSOL_DLL_DIR undefined\n", error);
             return false;
         }
         const std::string path = libraryPath(directory.get());
-        if (isCutOff(path))
+        if (isTruncated(path)) {
             MessageHandler(handle, ("\nError: The end of the file is missing: " + path + "\n").c_str(), error);
-        else
+            printLoadingFailure(path.c_str(), (path + ": the end of the file is missing").c_str());
+        } else {
             library = NuPLDyLoadLibrary(path.c_str());
-    } catch (const std::bad_alloc&) { // told as a library that does not load
+        }
+    } catch (const std::bad_alloc&) { // reported below as a library that does not load
     }
 
-    if (library == nullptr) { // Kept: ".dll" on this platform too.
+    if (library == nullptr) { // Kept: ".dll" on this platform also.
         MessageHandler(handle, "\nError: Failed to load tscicos.dll\n", error);
         return false;
     }
@@ -84,28 +93,28 @@ bool TScicosAccessFnc2::LoadInterfaceDll(void* handle) {
 }
 
 bool TScicosAccessFnc2::resolveEntryPoints(void* handle, void* library) {
-    return resolve(blkStart, handle, library, "blkStart", "\nError: Failed to load fcn blkStart.\n") &&
-           resolve(blkRequestPlantOutput, handle, library, "blkRequestPlantOutput",
-                   "\nError: Failed to load fcn blkRequestPlantOutput.\n") &&
-           resolve(blkDepositPlantInput, handle, library, "blkDepositPlantInput",
-                   "\nError: Failed to load fcn blkDepositPlantInput.\n") &&
-           resolve(blkTerminate, handle, library, "blkTerminate", "\nError: Failed to load fcn blkTerminate.\n");
+    blkStart = reinterpret_cast<BlkStart>(find(handle, library, "blkStart", "\nError: Failed to load fcn blkStart.\n"));
+    if (blkStart == nullptr) return false;
+    blkRequestPlantOutput = reinterpret_cast<BlkRequestPlantOutput>(
+        find(handle, library, "blkRequestPlantOutput", "\nError: Failed to load fcn blkRequestPlantOutput.\n"));
+    if (blkRequestPlantOutput == nullptr) return false;
+    blkDepositPlantInput = reinterpret_cast<BlkDepositPlantInput>(
+        find(handle, library, "blkDepositPlantInput", "\nError: Failed to load fcn blkDepositPlantInput.\n"));
+    if (blkDepositPlantInput == nullptr) return false;
+    blkTerminate = reinterpret_cast<BlkTerminate>(
+        find(handle, library, "blkTerminate", "\nError: Failed to load fcn blkTerminate.\n"));
+    return blkTerminate != nullptr;
 }
 
-template <typename EntryPoint>
-bool TScicosAccessFnc2::resolve(EntryPoint& entryPoint, void* handle, void* library, const char* name,
-                                const char* failure) {
+/// The address of an entry point; null, with the message, when it is missing.
+void* TScicosAccessFnc2::find(void* handle, void* library, const char* name, const char* failure) {
     void* address = NuPLDyGetFunction(library, name);
-    if (address == nullptr) {
-        MessageHandler(handle, failure, error);
-        return false;
-    }
-    entryPoint = reinterpret_cast<EntryPoint>(address);
-    return true;
+    if (address == nullptr) MessageHandler(handle, failure, error);
+    return address;
 }
 
 void TScicosAccessFnc2::MessageHandler(void* handle, const char* text, int level) {
-    if (handle == nullptr) return; // without an instance nothing can be logged, and no run be ended
+    if (handle == nullptr) return; // no instance: no logger and no run to end
     const auto* instance = static_cast<const FmuInstance*>(handle);
     const double time = instance->time;
 
@@ -116,12 +125,12 @@ void TScicosAccessFnc2::MessageHandler(void* handle, const char* text, int level
 }
 
 void TScicosAccessFnc2::endRun(void* handle, double time, int level) {
-    if (!terminating_) { // a library that reports an error from the blkTerminate called here is not called again
+    if (!terminating_) { // an error reported by the blkTerminate called here does not call it again
         terminating_ = true;
         try {
             blkTerminate(handle, this, time);
         } catch (...) {
-            // Kept: when blkTerminate throws, this report sets no error code and its call counts as successful.
+            // Kept: when blkTerminate throws, no error code is set and the reporting call counts as successful.
             terminating_ = false;
             return;
         }

@@ -57,7 +57,7 @@ int TSplant_RequestPlantOutputDerivPtrOffset(FmuInstance* instance, void* plant,
 
     int offset = -1;
     const bool completed = completes([&] { offset = derivativeOffset(instance, *access, order); });
-    // Kept: an error reported since the last call ends the run here, but the offset is still given.
+    // Kept: an error reported since the last call ends the run here, but the offset is still returned.
     if (!completed || access->getErrorCode() != 0) plant::endRun(instance, access);
     return offset;
 }

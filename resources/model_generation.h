@@ -1,8 +1,11 @@
 // Makes sure that the solver's model file exists before the solver starts: from the model's template and the start
-// values that the master has set, by the solver installation's translator `fmu_batch`.
+// values that the master has set, by the solver installation's translator `fmu_batch`. Part of the installed package:
+// C++11 and later.
 #pragma once
 
-#include "fmi/fmu_instance.h"
+#include "util/internal/export.h"
+
+struct FmuInstance; // what an fmi2Component points to
 
 extern "C" {
 

@@ -2,23 +2,27 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <utility>
 
 #include <sys/stat.h>
 
-#include "util/c_locale.h"
-#include "util/owners.h"
+#include "fmi/instance/process_lock.h"
+#include "resources/parameter_records.h"
+#include "util/internal/c_locale.h"
+#include "util/internal/owners.h"
 
 FmuParRecord g_fmu_par;
 MvParRecord g_mv_par;
 
 namespace {
 
-/// When the library is unloaded, nobody else knows of the names.
+/// Frees the names when the library is unloaded.
 struct ReleaseNamesAtUnload {
     ~ReleaseNamesAtUnload() { releaseNames(g_mv_par); }
 } const releaseNamesAtUnload;
@@ -26,29 +30,33 @@ struct ReleaseNamesAtUnload {
 constexpr std::size_t unbounded = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t nameSize = 1024;
 
-/// A list that counts more names than this must at least have a byte of the file for each of them.
+/// Above this count, a list of names must not have more names than the file has bytes.
 constexpr long mostRepeatedNames = 100'000;
 
-/// The streams of `fread_par`, oldest overwritten first.
+/// The open streams of `fread_par`; the oldest is closed first.
 class StreamRing {
 public:
-    void hold(Stream stream) { streams_[next_++ % streams_.size()] = std::move(stream); }
+    void hold(Stream stream) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        streams_[next_++ % streams_.size()].swap(stream);
+    }
 
 private:
+    std::mutex mutex_;
     std::array<Stream, 64> streams_;
     std::size_t next_ = 0;
 };
 
-/// Reads line by line, at most 1023 characters a line.
+/// Reads line by line, at most 1023 characters per line.
 class LineReader {
 public:
     explicit LineReader(std::FILE* stream) : stream_(stream) {}
 
-    /// False when the stream has no further line.
+    /// False at the end of the stream.
     bool advance() { return std::fgets(line_.data(), static_cast<int>(line_.size()), stream_) != nullptr; }
 
     /// The next line with its line feed.
-    // Kept: behind the end of the file this is the last line again.
+    // Kept: past the end of the file, this is the last line again.
     const char* next() {
         advance();
         return line_.data();
@@ -56,7 +64,7 @@ public:
 
     const char* current() const { return line_.data(); }
 
-    /// In bytes; 0 when it cannot be told.
+    /// In bytes; 0 when unknown.
     long fileSize() const {
         struct stat status {};
         return fstat(fileno(stream_), &status) == 0 ? static_cast<long>(status.st_size) : 0;
@@ -77,23 +85,23 @@ std::size_t copyLine(char* dst, std::size_t room, const char* src) {
     std::memcpy(dst, src, length);
     dst[length] = '\0';
 
-    // Kept: only the line feed is cut, a carriage return before it stays.
+    // Kept: only the line feed is removed, not a carriage return before it.
     auto* lineFeed = static_cast<char*>(std::memchr(dst, '\n', length));
     if (lineFeed == nullptr) return length;
     *lineFeed = '\0';
     return static_cast<std::size_t>(lineFeed - dst);
 }
 
-/// `get_int_vec_from_string` into room for `room` integers.
+/// `get_int_vec_from_string` for at most `room` integers.
 std::size_t parseIntegers(const char* src, std::int32_t* dst, std::size_t room) {
-    // Kept: two separators in a row end the list, and one at its start makes it empty. Blanks do not separate.
+    // Kept: two separators in a row end the list; one at the start makes it empty. Spaces do not separate.
     std::size_t count = 0;
     if (endsList(*src)) return count;
 
     while (count < room) {
         const std::size_t length = std::strcspn(src, "\t\n");
-        const bool blank = std::strspn(src, " \v\f\r") >= length; // behind blanks the next value would be read
-        dst[count++] = blank ? 0 : toInteger(src);
+        const bool isEmpty = std::strspn(src, " \v\f\r") >= length; // strtol would skip the tab and read the next value
+        dst[count++] = isEmpty ? 0 : toInteger(src);
         if (src[length] == '\0') return count;
 
         src += length + 1;
@@ -102,8 +110,9 @@ std::size_t parseIntegers(const char* src, std::int32_t* dst, std::size_t room) 
     return count;
 }
 
-/// Fills a record field by field. What is longer than its field spills into the following ones and is cut at the
-/// record's end. All addresses are formed from the record's own, so that the whole record is the object written to.
+/// Fills a record field by field. A line that is too long for its field continues into the next fields and is cut at
+/// the end of the record. Addresses are computed from the start of the record, so the compiler sees writes to the
+/// record, not past a field.
 class RecordWriter {
 public:
     explicit RecordWriter(FmuParRecord* record) : bytes_(reinterpret_cast<char*>(record)) {}
@@ -120,7 +129,7 @@ private:
 };
 
 double toReal(const char* text) {
-    const NumericLocaleScope fullStop;
+    const NumericLocaleScope decimalPoint;
     return std::strtod(text, nullptr);
 }
 
@@ -134,15 +143,15 @@ char* readName(LineReader& lines) {
     auto* name = static_cast<char*>(std::malloc(nameSize));
     if (name == nullptr) return nullptr;
 
-    const char* line = lines.next(); // its only line feed is the last character
+    const char* line = lines.next(); // a line feed can only be the last character
     const std::size_t length = std::strlen(line);
     std::memcpy(name, line, length + 1);
     if (length > 0 && name[length - 1] == '\n') name[length - 1] = '\0';
     return name;
 }
 
-/// Reads one list: its count, then as many names. 0, or the failure of `fread_mv_par`.
-int readNames(LineReader& lines, char**& names, std::int32_t& count) {
+/// Reads one list: its count, then that many names. Returns 0 or a failure of `fread_mv_par`.
+int readList(LineReader& lines, char**& names, std::int32_t& count) {
     count = toInteger(lines.next());
     if (count < 0 || (count > mostRepeatedNames && count > lines.fileSize())) {
         count = 0;
@@ -191,8 +200,8 @@ int fread_par(const char* path, FmuParRecord* record) {
     fields.integers(offsetof(FmuParRecord, outputPortWidth), lines.next());
     const std::size_t nLast = fields.integers(offsetof(FmuParRecord, outputPortOffset), lines.next());
 
-    // Kept: the stream is not closed here, it stays open for the life of the process. Only so many are held that
-    // thousands of instantiations do not use up the process's descriptors.
+    // Kept: the stream stays open. The number of open streams is limited, so that thousands of instantiations do not
+    // use up the process's descriptors.
     static StreamRing openStreams;
     openStreams.hold(std::move(stream));
     return static_cast<int>(nLast);
@@ -201,21 +210,40 @@ int fread_par(const char* path, FmuParRecord* record) {
 int fread_mv_par(const char* path, MvParRecord* record) {
     if (path == nullptr || record == nullptr) return -1;
     const Stream stream(std::fopen(path, "r"));
-    if (!stream) return -1;
+    return stream ? readNames(stream.get(), *record) : -1;
+}
 
-    LineReader lines(stream.get());
-    MvParRecord read{};
-    int result = readNames(lines, read.realNames, read.nRealNames);
-    if (result == 0) result = readNames(lines, read.integerNames, read.nIntegerNames);
-    if (result == 0) result = readNames(lines, read.booleanNames, read.nBooleanNames);
-    if (result == 0) result = readNames(lines, read.stringNames, read.nStringNames);
-    if (result != 0) {
-        releaseNames(read);
-        return result;
-    }
+int readNames(std::FILE* stream, MvParRecord& record) {
+    LineReader lines(stream);
+    NameLists names;
+    MvParRecord& read = names.record;
+    int result = readList(lines, read.realNames, read.nRealNames);
+    if (result == 0) result = readList(lines, read.integerNames, read.nIntegerNames);
+    if (result == 0) result = readList(lines, read.booleanNames, read.nBooleanNames);
+    if (result == 0) result = readList(lines, read.stringNames, read.nStringNames);
+    if (result == 0) record = std::exchange(read, {});
+    return result;
+}
 
-    *record = read;
-    return 0;
+const char* namesFailure(int result) {
+    if (result == -1) return std::strerror(errno);
+    return result == -2 ? "illegal number of names" : "out of memory";
+}
+
+FmuParRecord currentParameters() {
+    const ProcessLock lock;
+    return g_fmu_par;
+}
+
+void exchangeNames(NameLists& names) {
+    const ProcessLock lock;
+    std::swap(names.record, g_mv_par);
+}
+
+void takeNames(NameLists& names) {
+    const ProcessLock lock;
+    names.record = g_mv_par;
+    g_mv_par.stringNames = g_mv_par.realNames = g_mv_par.integerNames = g_mv_par.booleanNames = nullptr;
 }
 
 void releaseNames(MvParRecord& record) {

@@ -6,6 +6,8 @@
 #include <libxml/uri.h>
 #include <strings.h>
 
+#include "fmi/instance/process_lock.h"
+
 char g_fmu_resource_location[pathBufferSize];
 
 namespace {
@@ -15,6 +17,13 @@ struct FreeUri {
 };
 
 } // namespace
+
+std::array<char, pathBufferSize> currentResourceLocation() {
+    const ProcessLock lock;
+    std::array<char, pathBufferSize> location;
+    std::strcpy(location.data(), g_fmu_resource_location);
+    return location;
+}
 
 char* convert_URI_to_path(const char* location) {
     if (location == nullptr) return nullptr;
@@ -28,7 +37,7 @@ int isURIFile(const char* location) {
     constexpr int length = 7;
     if (location == nullptr || std::strlen(location) <= length) return 0;
 
-    // Kept: the third slash of "file:///" does not count, it is the first character of the path.
+    // Kept: the third slash of "file:///" is the first character of the path.
     return strncasecmp(location, prefix, length) == 0 ? length : 0;
 }
 

@@ -1,15 +1,15 @@
-// Real values as the value file has them.
+// Formatting of real values for the value file.
 #pragma once
 
 #include <array>
 #include <charconv>
 #include <string_view>
 
-/// Room for every value: a sign, 309 digits, a full stop, six decimals.
+/// Room for every value: a sign, 309 digits, a decimal point, six decimals.
 using ValueText = std::array<char, 317>;
 
-/// The value in fixed notation with six decimals, as "%f" writes it in the "C" locale, in whatever locale and rounding
-/// mode the process is (rounded to nearest). The text stands in `room`, without a zero behind it.
+/// Formats the value with six decimals, as "%f" does in the "C" locale, rounded to nearest, whatever the locale and the
+/// rounding mode of the process. The result is in `room`, without a terminator.
 inline std::string_view writeValue(double value, ValueText& room) {
     constexpr int decimals = 6;
     const auto end =

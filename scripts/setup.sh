@@ -5,23 +5,23 @@
 #
 #   build       what the library, the demo's solver and the tests are built with
 #   python      the virtual environment build/venv: the co-simulation master, the plots
+#   masters     a virtual environment in build/masters for each co-simulation master that the tests try
 #   checks      a second compiler with its fuzzer, formatter, linter
 #   benchmarks  what measures times
 set -euo pipefail
-
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-venv=$root/build/venv
-requirements=$root/demo/requirements.txt
+source "$(dirname "${BASH_SOURCE[0]}")/build_folder.sh"
 
 declare -A packages_of=(
-    [build]="g++ cmake ninja-build pkg-config libxml2-dev libsimbody-dev libfmt-dev libgtest-dev \
-libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev nlohmann-json3-dev patchelf valgrind"
+    [build]="g++ cmake ninja-build pkg-config libxml2-dev libsimbody-dev libfmt-dev libgtest-dev libgmock-dev \
+libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev uuid-dev nlohmann-json3-dev patchelf python3 valgrind \
+groff-base"
     [python]="python3-venv"
+    [masters]="python3-venv libtbb12"
     [checks]="clang clang-format clang-tidy libclang-rt-dev procps"
     [benchmarks]="libbenchmark-dev"
 )
 
-groups="build, python, checks, benchmarks"
+groups="build, python, masters, checks, benchmarks"
 
 say() { printf 'set-up: %s\n' "$*"; }
 fail() {
@@ -61,19 +61,32 @@ install_packages() {
         apt-get install -qq --yes --no-install-recommends -o Dpkg::Use-Pty=0 "${missing[@]}" >/dev/null
 }
 
-# The stamp is written last, so an interrupted installation starts again.
-install_python() {
-    local stamp=$venv/requirements.sha256 sum
-    sum=$(sha256sum <"$requirements")
-    if [[ -x $venv/bin/python && -f $stamp && $(<"$stamp") == "$sum" ]]; then
+# make_environment FOLDER REQUIREMENTS [PIP-OPTION...]: a virtual environment in build/. The stamp holds what it depends on,
+# its own place among it, and is written last, so an interrupted installation starts again.
+make_environment() {
+    local folder=$root/build/$1 requirements=$root/$2 stamp origin
+    stamp=$folder/made-of
+    origin="$folder $(sha256sum <"$requirements")"
+    if [[ -x $folder/bin/python && -f $stamp && $(<"$stamp") == "$origin" ]]; then
         return 0
     fi
 
-    say "making the virtual environment build/venv"
-    rm -rf "$venv"
-    /usr/bin/python3 -m venv "$venv"
-    "$venv/bin/python" -m pip install --quiet --no-input --disable-pip-version-check --requirement "$requirements"
-    echo "$sum" >"$stamp"
+    say "making the virtual environment build/$1"
+    rm -rf "$folder"
+    /usr/bin/python3 -m venv "$folder" &&
+        "$folder/bin/python" -m pip install --quiet --no-input --disable-pip-version-check \
+            --requirement "$requirements" "${@:3}" &&
+        echo "$origin" >"$stamp"
+}
+
+# One that can't be installed leaves the others alone; the masters' tests fail for it. The requirements are complete.
+make_masters() {
+    local requirements master
+    for requirements in tests/masters/requirements/*.txt; do
+        master=$(basename "$requirements" .txt)
+        make_environment "masters/$master" "$requirements" --no-deps ||
+            printf 'set-up: the master %s could not be installed\n' "$master" >&2
+    done
 }
 
 (($# > 0)) || fail "name one or more of: $groups"
@@ -87,5 +100,8 @@ done
 install_packages "${packages[@]}"
 
 for group in "$@"; do
-    if [[ $group == python ]]; then install_python; fi
+    case $group in
+        python) make_environment venv demo/requirements.txt ;;
+        masters) make_masters ;;
+    esac
 done

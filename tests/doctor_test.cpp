@@ -19,7 +19,7 @@ const char* const enterWorld = R"(set -e
 export KORVAN_FMU_ROOT=$PWD/root
 unset NUSOL_DLL_DIR KELDEX_PATH
 TSCICOS=root/plsolvers/tessaro/bin/linux64/tscicos.so BATCH=io/translators/bin/linux64/fmu_batch
-FMU=car MODEL=car/resources/QuarterCar
+FMU=car MODEL=car/resources/QuarterCar DESCRIPTIONS='car/modelDescription.xml car/resources/modelDescription.xml'
 misbehave() { ln -sf $MISBEHAVING $TSCICOS; export MISBEHAVIOUR="$1"; }
 )";
 
@@ -67,8 +67,8 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"export NUSOL_DLL_DIR=$PWD/root; ln -s $PWD/$TSCICOS root", "warning directory-differs"},
         {"export KELDEX_PATH=root", "warning directory-differs, warning directory-relative"},
         {"rm -r root/plsolvers/common", "warning common-folder-missing"},
-        {"rm $TSCICOS", "error library-missing"},
-        {"echo > root/text; ln -sf ../../../../text $TSCICOS", "error library-kind"},
+        {"rm $TSCICOS", "error interface-library-missing"},
+        {"echo > root/text; ln -sf ../../../../text $TSCICOS", "error library-unusable"},
         {"sed -i s/blkStart/blkStarT/ $TSCICOS", "error entry-point-missing"},
         {"sed -i s/libSimTKsimbody/libSimTKnobody_/ $TSCICOS", "error library-dependency"},
         {"misbehave; sed -i 's/\\x00raise\\x00/\\x00raisf\\x00/' $TSCICOS", "warning library-undefined"},
@@ -83,29 +83,24 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
          "warning translator-dependency"},
         {"rm root/$BATCH; printf '#!/bin/sh\r\n' > root/$BATCH; chmod +x root/$BATCH", "error translator-dependency"},
         {"rm car/modelDescription.xml car/resources/modelDescription.xml", "error description-missing"},
-        {"rm car/modelDescription.xml", "warning description-missing"},
+        {"rm car/modelDescription.xml", "warning description-copy-only"},
         {"rm car/modelDescription.xml; cd car; $PYTHON -m zipfile -c ../rootless.fmu *; cd ..; FMU=rootless.fmu",
          "error description-missing"},
-        {"echo '<' >> car/modelDescription.xml", "error description-unreadable"},
-        {"sed -i s/modelIdentifier/name/ car/modelDescription.xml", "error description-unreadable"},
-        {"sed -i s/modelName/name/ car/modelDescription.xml", "error model-name"},
-        {"sed -i '/modelName=/s/>/ author=\"\">/' car/modelDescription.xml", "error model-name"},
-        {"sed -i 's/modelName=\"/&(/' car/modelDescription.xml; mv $MODEL.mdl 'car/resources/(QuarterCar.mdl'",
-         "error model-name"},
+        {"echo '<' >> car/modelDescription.xml", "error xml-malformed"},
+        {"sed -i '/modelName=/s/>/ author=\"\">/' $DESCRIPTIONS", "error model-name-scan"},
         {"rm $MODEL.mdl", "error template-missing"},
-        {"touch $MODEL.xml", "warning model-file-left"},
-        // Without a template a model file is meant to be there, and no translator is needed.
-        {"mv $MODEL.mdl $MODEL.xml; rm root/$BATCH", ""},
-        {"rm car/resources/fmu2ts.par", "error parameter-file"},
-        {"sed -i 4s/.*/9/ car/resources/fmu2ts.par", "error parameter-file"},
-        {"sed -i 6s/.*/-1/ car/resources/fmu2ts.par", "error parameter-file"},
-        {"sed -i 17s/.*/100/ car/resources/fmu2ts.par", "error port-layout"},
-        {"sed -i 1s/.*/2000000000/ car/resources/mv.par", "error parameter-file"},
-        {"rm car/resources/mv.par", ""},
+        {"touch $MODEL.xml", "warning model-file-present"},
+        {"mv $MODEL.mdl $MODEL.xml; rm root/$BATCH", "warning model-file-present"},
+        // What check finds, doctor finds.
+        {"rm car/resources/fmu2ts.par", "error parameter-file-missing"},
+        {"sed -i 's/$/\\r/' car/resources/fmu2ts.par", "error parameter-carriage-return"},
+        {"echo >> car/resources/fmu2ts.par", "warning lines-extra"},
+        {"sed -i 6s/.*/99999999999/ car/resources/fmu2ts.par", "error parameter-number"},
+        {"rm car/resources/mv.par; SOLVER=--solver", "error parameter-file-missing"},
         {"sed -i s,./Quarter,/none/Quarter, car/resources/fmu2ts.par", "warning result-not-writable"},
-        {"rm -r car/binaries", "error fmu-library-missing"},
-        {"mv car/binaries/linux64/*.so car/binaries/linux64/x.so", "error fmu-library-missing"},
-        {"sed -i 's/modelIdentifier=\"/&lib_/' car/modelDescription.xml; cd car/binaries/linux64\n"
+        {"rm -r car/binaries", "error library-missing"},
+        {"mv car/binaries/linux64/*.so car/binaries/linux64/x.so", "error library-missing"},
+        {"sed -i 's/modelIdentifier=\"/&lib_/' $DESCRIPTIONS; cd car/binaries/linux64\n"
          "mv *.so lib_QuarterCar.so; cd ../../..",
          ""},
         {"sed -i 's/libxml2.so/libxml0.so/' car/binaries/linux64/*.so", "error library-dependency"},
@@ -115,9 +110,13 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"d=$(printf %0200d 0); FMU=$d/$d/$d/$d/$d/car; mkdir -p $FMU; cp -r car/* $FMU", "error location-too-long"},
         {"[ $(id -u) != 0 ] || AS='setpriv --reuid 65534 --clear-groups'; trap 'chmod 755 . car/resources' EXIT\n"
          "chmod 555 . car/resources",
-         "error resources-not-writable, warning result-not-writable"},
+         "warning result-not-writable, error resources-not-writable"},
         {"SOLVER=--solver; sed -i s/mechanism/machine/ $MODEL.mdl", "error model-not-made"},
-        {"SOLVER=--solver; sed -i s/^15$/9/ car/resources/fmu2ts.par", "error port-layout"},
+        {"cp -rL $DEMO/models/quarter_car model; sed -i '/^..output/aderivatives = 0' model/quarter_car.toml\n"
+         "$PROGRAM pack model/quarter_car.toml -o plain.fmu > packed; FMU=plain.fmu SOLVER=--solver\n"
+         "misbehave 'no derivatives'",
+         ""},
+        {"SOLVER=--solver; sed -i 17s/[0-9]*$/100/ car/resources/fmu2ts.par", "error port-range"},
     };
     for (const auto& [script, told] : faults) EXPECT_EQ(toldAfter(script), told) << script;
 }
@@ -128,7 +127,11 @@ TEST(Doctor, ListsWhatItFound) {
         end = "\nsolver              driven through 4 of 4 steps, the first of 0.01 s\n\n";
     EXPECT_NE(text.find("\n" + indent + "derived from KORVAN_FMU_ROOT; loads, has its four functions\n"), text.npos)
         << text;
-    EXPECT_NE(text.find(end + "car: nothing wrong found\ntessaro-fmu: --solver needs an FMU: "), text.npos) << text;
+    EXPECT_NE(text.find(end +
+                        "car: nothing wrong found in the environment, the installation, the FMU's files, the solver\n"
+                        "error: --solver needs an FMU: "),
+              text.npos)
+        << text;
     const std::string stopped = printedAfter("SOLVER=--solver; misbehave 'level 5 at the start'");
     EXPECT_EQ(stopped.find("driven through"), stopped.npos) << stopped;
 }
@@ -138,7 +141,7 @@ TEST(Doctor, NamesWhatASolverDoesWrong) {
     const std::pair<const char*, std::string> misbehaviours[] = {
         {"nothing", ""},
         {"crash", "error solver-crash: The solver ends the process in " + call + " for 0.01 s: Segmentation fault."},
-        {"hang", "error solver-hang: The solver isn't back after 1 s, in " + call + " for 0.01 s."},
+        {"hang", "error solver-hang: The solver did not return within 1 s, in " + call + " for 0.01 s."},
         {"exit", "error solver-exit: The solver ends the process in " + call + " for 0.01 s, with code 3."},
         {"break", "error solver-exception: " + call + throws + "the spring broke"},
         {"throw at the end", "error solver-exception: blkTerminate" + throws + "the spring broke"},
@@ -149,21 +152,24 @@ TEST(Doctor, NamesWhatASolverDoesWrong) {
         {"level 7", "error message-level: A message has the level 7 in " + call + ": the spring is gone"},
         {"level 5 at the start", "error message-level: A message has the level 5 in blkStart: boom"},
         {"level -1", "warning message-ignored: A message has the level -1 in " + call + ": (the text is null)"},
-        {"start without outputs", "warning no-initial-outputs: blkStart doesn't write output port 1, signal 0."},
-        {"request without outputs", "error output-not-written: " + call + " doesn't write output port 1, signal 0."},
+        {"start without outputs", "warning no-initial-outputs: blkStart does not write output port 1, signal 0."},
+        {"request without outputs", "error output-not-written: " + call + " does not write output port 1, signal 0."},
         {"no derivatives",
-         "warning derivative-not-written: " + call + " doesn't write all derivatives of output port 1."},
+         "warning derivative-not-written: " + call + " does not write all derivatives of output port 1."},
         {"not a number", "error output-not-finite: " + call + " leaves no finite number in output port 1, signal 0."},
         {"ask for port 3", "error port-out-of-range: GetOutputPortRealSignalPtrs is asked for port 3 of 3 (from 0)."},
         {"null handle", "error wrong-handle: GetNumInputPorts is called with a null handle in " + call + "."},
         {"foreign handle", "error wrong-handle: GetNumInputPorts is called with a foreign handle in " + call + "."},
         {"write an input", "error input-written: " + call + " writes into input port 0."},
         {"write behind a port", "error foreign-write: " + call + " writes into real variable 10, which is in no port."},
-        {"write behind the values", "error foreign-write: " + call + " writes behind the FMU's real variables."},
-        {"write the record", "error record-written: " + call + " changes the record behind its handle."},
+        {"write behind the values",
+         "error foreign-write: " + call + " writes past the end of the FMU's real variables."},
+        {"write the record", "error record-written: " + call + " changes the record of its handle."},
         {"ask in a thread", "error other-thread: GetFinalTimei is called from a thread of the solver."},
         {"ask when unloaded", "error outside-call: GetFinalTimei is called outside the entry points."},
-        {"leave a thread", "warning thread-left: The solver leaves a thread behind when the run is over."},
+        {"leave a thread", "warning thread-left: A thread of the solver is still there when the run is over."},
+        {"leave the model file",
+         "warning model-file-left: The solver leaves the generated model file, resources/QuarterCar.xml."},
     };
     for (const auto& [misbehaviour, told] : misbehaviours)
         EXPECT_EQ(toldAfter(std::string("SOLVER='--solver --time-limit 1'; misbehave '") + misbehaviour + "'", true),
@@ -173,12 +179,10 @@ TEST(Doctor, NamesWhatASolverDoesWrong) {
 TEST(Doctor, SaysWhatHelpsAndWhatItSaw) {
     const std::pair<const char*, const char*> told[] = {
         {"sed -i s,./Quarter,results/Quarter, car/resources/fmu2ts.par", "Make the folder, "},
-        {"sed -i 's,./Quarter,~/Quarter,' car/resources/fmu2ts.par", "Nobody expands a ~ "},
+        {"sed -i 's,./Quarter,~/Quarter,' car/resources/fmu2ts.par", "~ and $VARIABLES are not expanded here"},
         {"sed -i s/x/x/ root/$BATCH; chmod -x root/$BATCH", "chmod +x '"},
-        {"sed -i 's/modelName=/modelName = /' car/modelDescription.xml",
-         "takes \" \"QuarterCar.xml\" for the name of the model file; the model's name is \"QuarterCar\"."},
-        {"sed -i \"s/modelName=/\\n$(printf %01020d 0 | tr 0 ' ')&/\" car/modelDescription.xml",
-         "finds no name for the model file; the model's name is \"QuarterCar\"."},
+        {"SOLVER=--solver; sed -i 17s/[0-9]*$/100/ car/resources/fmu2ts.par",
+         "not examined: the solver, since there are errors in resources/fmu2ts.par\n"},
         {"SOLVER=--solver; misbehave 'talk and crash'", "the last words\n"},
     };
     for (const auto& [script, text] : told) EXPECT_NE(printedAfter(script).find(text), std::string::npos) << script;

@@ -1,4 +1,4 @@
-"""The packed FMU as a user of FMPy meets it: fmpy_test.py ARCHIVE INSTALLATION [unittest's arguments]"""
+"""The packed FMU in FMPy: fmpy_test.py ARCHIVE INSTALLATION [unittest's arguments]"""
 
 import os
 import sys
@@ -33,7 +33,7 @@ class QuarterCarInFmpy(unittest.TestCase):
     installation: ClassVar[str]
 
     def setUp(self) -> None:
-        """Works in a folder of its own, where FMPy unpacks, too; the installation's root is the only setting."""
+        """Works in a folder of its own, where FMPy also unpacks; the installation's root is the only setting."""
         folder = self.enterContext(tempfile.TemporaryDirectory())
         self.addCleanup(os.chdir, os.getcwd())
         os.chdir(folder)

@@ -67,6 +67,7 @@ void misbehave(void* handle, Access* access) {
 void blkStart(void* handle, Access* access) {
     run.handle = handle;
     run.access = access;
+    if (!does("leave the model file")) std::remove(access->GetStringParamInputName(handle));
     writeOutputs(handle, access, !does("start without outputs"), true);
     if (does("level 5 at the start")) access->MessageHandler(handle, "boom", 5);
 }

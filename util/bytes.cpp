@@ -19,7 +19,7 @@ char* str8to7(char* text) {
 
     char* out = result;
     for (const char* in = text; *in != '\0'; ++in) {
-        // Kept: 127 itself is copied and read back as an escape; the pair of 128 is 127 and a zero, the text's new end.
+        // Kept: 127 is copied and decoded as an escape; 128 becomes 127 and a zero, which ends the string.
         if (toByte(*in) >= 128) *out++ = static_cast<char>(escape);
         *out++ = static_cast<char>(toByte(*in) % 128);
     }
@@ -33,7 +33,7 @@ char* str7to8(char* text) {
 
     char* out = text;
     for (const char* in = text; *in != '\0'; ++in) {
-        // Kept: bytes of 128 and more count as escapes too.
+        // Kept: bytes of 128 and more are also read as escapes.
         const bool isPair = toByte(*in) >= escape && in[1] != '\0';
         if (isPair) ++in;
         *out++ = static_cast<char>(toByte(*in) + (isPair ? 128 : 0));

@@ -29,7 +29,7 @@ wchar_t* NuGetEnvWC(const wchar_t* name) {
     const std::size_t length = value != nullptr ? std::mbstowcs(nullptr, value, 0) : unconvertible;
     if (length == unconvertible) return nullptr;
 
-    // Kept: the value comes back as it stands, without FixPath.
+    // Kept: the value is returned unchanged, without FixPath.
     auto* wideValue = new wchar_t[length + 1];
     std::mbstowcs(wideValue, value, length + 1);
     return wideValue;

@@ -14,17 +14,17 @@ namespace {
 
 constexpr char noQuote = '\0';
 
-/// The quote that is open behind the character `c` when `open` was open before it.
-char quoteBehind(char open, char c) {
+/// The quote that is open after the character `c` when `open` was open before it.
+char quoteAfter(char open, char c) {
     if (open == noQuote) return c == '"' || c == '\'' || c == '`' ? c : noQuote;
     return c == open ? noQuote : open;
 }
 
-/// One part with the quotes that it needs. `open` is the quote open before and, afterwards, behind it.
+/// One part with the quotes added that it needs. `open` is the quote open before the part, and on return after it.
 std::string closedPart(std::string_view text, char& open) {
     std::string part;
     if (open != noQuote) part += open;
-    for (const char c : text) open = quoteBehind(open, c);
+    for (const char c : text) open = quoteAfter(open, c);
     part += text;
     if (open != noQuote) part += open;
     return part;

@@ -46,7 +46,7 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 bool isExponentMark(char c) { return c == 'E' || c == 'e'; }
 
-/// The readers move `next` behind what they have read.
+/// The readers advance `next` past what they have read.
 bool readMinus(const char*& next) {
     const bool isMinus = *next == '-';
     if (isMinus || *next == '+') ++next;
@@ -56,7 +56,7 @@ bool readMinus(const char*& next) {
 Decimal readDigits(const char*& next) {
     Decimal decimal;
     int nDigits = 0;
-    // Kept: leading zeros are among the nine digits, so that small fractions lose digits or vanish.
+    // Kept: leading zeros count among the nine digits, so small fractions lose digits or become 0.
     const auto take = [&] {
         decimal.mantissa = decimal.mantissa * 10 + (*next - '0');
         ++nDigits;
@@ -78,8 +78,8 @@ Decimal readDigits(const char*& next) {
 }
 
 std::int64_t readExponent(const char*& next) {
-    // Beyond this no further digit is taken: it is out of reach of every scale, and far from an overflow.
-    constexpr std::int64_t endless = 100'000'000'000'000'000;
+    // No digits are read beyond this limit: no scale can compensate it, and it is far from an overflow.
+    constexpr std::int64_t limit = 100'000'000'000'000'000;
 
     if (!isExponentMark(*next)) return 0;
     ++next;
@@ -87,12 +87,12 @@ std::int64_t readExponent(const char*& next) {
     const bool isNegative = readMinus(next);
     std::int64_t exponent = 0;
     for (; isDigit(*next); ++next)
-        if (exponent < endless) exponent = exponent * 10 + (*next - '0');
+        if (exponent < limit) exponent = exponent * 10 + (*next - '0');
     return isNegative ? -exponent : exponent;
 }
 
 double scaled(const Decimal& decimal, std::int64_t exponent) {
-    // Kept: the power is clamped, so that values beyond the range come out too small (or too big) instead of infinite
+    // Kept: the power is clamped, so values outside the range become too small (or too large) instead of infinite
     // (or 0).
     const std::int64_t power = std::clamp(exponent + decimal.scale, -maxPower, maxPower);
     const auto mantissa = static_cast<double>(decimal.mantissa);
@@ -120,11 +120,11 @@ double fstrtod(const char* text, char** end) {
 
 int isnumber(const char* text) {
     if (text == nullptr || isExponentMark(*text)) return 0;
-    // Kept: nothing behind the first E is examined.
+    // Kept: nothing after the first E is checked.
     std::string_view number(text, std::strcspn(text, "Ee"));
 
     if (fstrtod(text, nullptr) == 0.0) {
-        // Kept: the signs and the full stop may stand anywhere among the zeros; a digit that fstrtod did not count is
+        // Kept: the signs and the decimal point may be anywhere among the zeros. A digit that fstrtod dropped is
         // refused.
         const bool isZero = number.find_first_not_of("+-.0") == std::string_view::npos;
         return isZero && holdsAtMostOne(number, '+') && holdsAtMostOne(number, '-') && holdsAtMostOne(number, '.');

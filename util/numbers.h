@@ -1,22 +1,22 @@
-// Decimal numbers in texts, read fast and with nine digits, independent of the locale. For the full precision of a
+// Fast parsing of decimal numbers with nine significant digits, independent of the locale. For the full precision of a
 // double use the C library.
 #pragma once
 
-#include "util/export.h"
+#include "util/internal/export.h"
 
-/// Reads a decimal number: white space, sign, digits with a full stop, E or e with an exponent. Only the first nine
-/// digits count, leading zeros among them: 1234567891234 is read as 1234567890000, and 0.000000000123 as 0. The power
-/// of ten that remains is limited to -299 to 299, so that 1e400 is read as 1e299.
+/// Parses a decimal number: white space, sign, digits with a decimal point, E or e with an exponent. Only the first
+/// nine digits are used, leading zeros included: 1234567891234 gives 1234567890000, and 0.000000000123 gives 0. The
+/// resulting power of ten is limited to -299 to 299, so 1e400 gives 1e299.
 ///
-/// `end`, when not null, receives the position behind the number, which is behind an E and its sign even when no digits
-/// follow; a text without a number gives 0 and a position behind its white space, sign, full stop and exponent. A null
-/// text gives 0 and the position null.
+/// Unless `end` is null, it receives the position after the number. That is after an E and its sign even if no digits
+/// follow. A string without a number gives 0 and the position after its white space, sign, decimal point and exponent.
+/// Null gives 0 and a null position.
 TESSARO_EXPORT double fstrtod(const char* text, char** end);
 
-/// 1 when the text is a number, else 0. An empty text is one; a text with blanks is none, nor is one that begins with E
-/// or e, nor null. What follows the first E or e is not looked at.
+/// 1 when the string is a number, otherwise 0. An empty string is a number. A string with spaces is not, nor is null or
+/// a string that starts with E or e. Characters after the first E or e are not checked.
 ///
-/// What counts is how `fstrtod` reads the text. For a value other than 0: a sign at most at the start, digits, at most
-/// one full stop. For 0: zeros and at most one of each sign and the full stop, in any order, so that "+", "-." and
-/// "0-0" are numbers, while 0.0000000001 (read as 0, yet not all zeros) is none.
+/// The rule depends on the value that `fstrtod` gives. Other than 0: an optional sign at the start, then digits with at
+/// most one decimal point. 0: zeros, with at most one '+', one '-' and one '.', in any order, so "+", "-." and "0-0"
+/// are numbers, while 0.0000000001 (parsed as 0, but with a digit other than 0) is not.
 TESSARO_EXPORT int isnumber(const char* text);

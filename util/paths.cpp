@@ -11,7 +11,7 @@
 
 #include <strings.h>
 
-#include "util/owners.h"
+#include "util/internal/owners.h"
 
 namespace {
 
@@ -39,11 +39,11 @@ Char* changeExtension(const Char* path, const Char* oldExt, const Char* newExt) 
     std::unique_ptr<Char[]> copy(new Char[length + newLength + 1]);
     Traits::copy(copy.get(), path, length + 1);
 
-    // Kept: the last full stop of the whole path, so that "v1.2/model" has the extension "2/model".
-    const std::size_t stop = std::basic_string_view<Char>(path, length).rfind(Char{'.'});
-    if (stop == std::basic_string_view<Char>::npos || newExt == nullptr) return copy.release();
+    // Kept: the last dot of the whole path, so "v1.2/model" has the extension "2/model".
+    const std::size_t dot = std::basic_string_view<Char>(path, length).rfind(Char{'.'});
+    if (dot == std::basic_string_view<Char>::npos || newExt == nullptr) return copy.release();
 
-    Char* extension = &copy[stop + 1];
+    Char* extension = &copy[dot + 1];
     if (oldExt == nullptr || isSameExtension(extension, oldExt)) Traits::copy(extension, newExt, newLength + 1);
     return copy.release();
 }
@@ -61,7 +61,7 @@ bool IsFileExist(const char* path) {
     std::string fixed(path);
     FixPath(fixed.data());
 
-    // Kept: a folder opens for reading too and counts as a file.
+    // Kept: a folder can be opened for reading and counts as a file.
     return Stream(std::fopen(fixed.c_str(), "r")) != nullptr;
 }
 

@@ -9,11 +9,11 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include "util/owners.h"
+#include "util/internal/owners.h"
 
 namespace {
 
-/// True when the file can be opened and holds a first line, even an empty one.
+/// True when the file can be opened and has a first line, even an empty one.
 bool hasLine(const char* path) {
     const Stream stream(std::fopen(path, "r"));
     return stream && std::fgetc(stream.get()) != EOF;
@@ -21,13 +21,13 @@ bool hasLine(const char* path) {
 
 int runSilently(const char* command, int length) {
     if (command == nullptr) return -1;
-    // Kept: the suffix takes 17 characters and the zero one more. A length below the command's is not believed.
+    // Kept: 17 characters for the suffix and one for the terminator. A length below the command's is ignored.
     const auto given = static_cast<std::size_t>(std::max(length, 0));
     const std::size_t size = std::max(given, std::strlen(command)) + 18;
     const MallocText silent(static_cast<char*>(std::malloc(size)));
     if (!silent) return -1;
 
-    // Kept: the suffix stands behind the text, so that of "a; b" only b is silent.
+    // Kept: the suffix follows the whole command, so that of "a; b" only b is silent.
     std::snprintf(silent.get(), size, "%s > /dev/null 2>&1", command);
     return std::system(silent.get());
 }
@@ -39,7 +39,7 @@ bool IsProcessRunning(const char* name) {
     const std::string checkFile = std::string("_") + name + "_.chk";
     const std::string command = std::string("pgrep ") + name + " > " + checkFile;
 
-    // Kept: the shell sees the name as it is, and the check file lies in the working directory under a fixed name.
+    // Kept: the name is not quoted for the shell, and the check file has a fixed name in the working directory.
     SystemCall(command.c_str());
     const bool isRunning = hasLine(checkFile.c_str());
     std::remove(checkFile.c_str());
@@ -52,7 +52,7 @@ bool IsProcessRunning(int pid) {
 }
 
 void SLEEP(unsigned int milliseconds) {
-    // Kept: the product is unsigned with 32 bits and wraps above about 71 minutes.
+    // Kept: the product is an unsigned 32-bit value and wraps above about 71 minutes.
     usleep(milliseconds * 1000U);
 }
 

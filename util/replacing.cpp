@@ -7,14 +7,14 @@
 
 namespace {
 
-/// The next occurrence at or behind `text`; null when there is none.
+/// The next occurrence at or after `text`; null when there is none.
 const char* findPattern(const char* text, const char* pattern) {
     return *pattern != '\0' ? std::strstr(text, pattern) : nullptr;
 }
 
 long long lengthOf(const char* text) { return static_cast<long long>(std::strlen(text)); }
 
-/// Copies without the zero; returns the position behind the copy.
+/// Copies without a terminator; returns the position after the copy.
 char* append(char* out, const char* text, std::size_t length) {
     std::memcpy(out, text, length);
     return out + length;
@@ -25,7 +25,7 @@ char* append(char* out, const char* text, std::size_t length) {
 int ReplaceSubstringNewLength(const char* text, const char* oldText, const char* newText) {
     if (text == nullptr || oldText == nullptr || newText == nullptr) return -1;
 
-    // Kept: the search goes on one character behind each start, so that overlapping occurrences count.
+    // Kept: the search resumes one character after each match start, so overlapping occurrences count.
     long long nFound = 0;
     for (const char* at = text; (at = findPattern(at, oldText)) != nullptr; ++at) ++nFound;
     const long long size = lengthOf(text) + 1 + nFound * (lengthOf(newText) - lengthOf(oldText));
@@ -34,8 +34,8 @@ int ReplaceSubstringNewLength(const char* text, const char* oldText, const char*
 
 int ReplaceSubstring(const char* text, const char* oldText, const char* newText, char* out) {
     if (text == nullptr || oldText == nullptr || newText == nullptr || out == nullptr) return -1;
-    // A text that is replaced in place is read from a copy. Its buffer then holds the result even for an overlapping
-    // pattern, whose result is longer than ReplaceSubstringNewLength says.
+    // In place, the string is read from a copy. So the result is correct even for an overlapping pattern, where it is
+    // longer than ReplaceSubstringNewLength says.
     const std::string copy(out == text ? text : "");
     if (out == text) text = copy.c_str();
 

@@ -14,8 +14,7 @@ char capital(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' +
 
 char small(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-template <typename Change>
-char* changeEach(char* text, Change change) {
+char* changeEach(char* text, char (*change)(char)) {
     if (text != nullptr) std::transform(text, text + std::strlen(text), text, change);
     return text;
 }
@@ -91,7 +90,7 @@ char* newstrdup(const char* text) {
     return static_cast<char*>(std::memcpy(new char[size], text, size));
 }
 
-// Kept: here and below the text stays as it is; only platforms with carriage returns in their files change it.
+// Kept: this function and the next one only copy; only platforms with carriage returns in their files convert.
 char* RemoveCrLf(const char* text) { return newstrdup(text); }
 
 char* AddCrLf(const char* text, int* added) {

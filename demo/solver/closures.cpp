@@ -18,13 +18,14 @@ using SimTK::Vec3;
 
 namespace {
 
-/// Gaps that count as none, relative to the longest arm and to speeds at its end. Projection goes on to a thousandth.
+/// The widest gap that counts as closed, relative to the longest arm or to speeds at its end. Projection continues to a
+/// thousandth of it.
 constexpr double tolerance = 1e-11;
 
-/// What the ends may move at the start, relative to the longest arm, and speeds change, relative to the largest one.
+/// How far ends may move at the start, relative to the longest arm, and speeds may change, relative to the largest.
 constexpr double noticeable = 0.01;
 
-/// A driven joint goes on its way in steps of this length: in rad, or relative to the longest arm.
+/// A driven joint moves to its target in steps of this length: in rad, or relative to the longest arm.
 constexpr double stride = 0.02;
 
 constexpr double mostStrides = 100000;
@@ -54,6 +55,9 @@ SimTK::ProjectOptions projection(double accuracy) {
 /// Number of independent rows.
 int rank(const SimTK::Matrix& matrix) { return matrix.nelt() > 0 ? SimTK::FactorQTZ(matrix, 1e-9).getRank() : 0; }
 
+/// Number of equations.
+int rowsOf(const Closure& closure) { return closure.axis ? 2 : 3; }
+
 bool succeeded(const SimTK::ProjectResults& results) {
     return results.getExitStatus() == SimTK::ProjectResults::Succeeded;
 }
@@ -78,9 +82,29 @@ Closures::Closures(const Model& model, const SimTK::MultibodySystem& system, Sim
 
 void Closures::joinAtStart(State& state) const {
     if (closures_.empty()) return;
+    checkEffect(state);
     joinStartPositions(state);
     checkIndependence(state);
     joinStartSpeeds(state);
+}
+
+/// Refuses a closure that the free joints have no effect on: Simbody's projection crashes when nothing can move, and
+/// equations without unknowns give accelerations that are not finite.
+void Closures::checkEffect(State& state) const {
+    system_.realize(state, Stage::Position);
+    const SimTK::Matrix here = equations(state), beside = equations(besideOf(state));
+    int row = 0;
+    for (std::size_t i = 0; i < closures_.size(); ++i) {
+        const int rows = rowsOf(closures_[i]);
+        const auto size = [&](const SimTK::Matrix& matrix) { return matrix(row, 0, rows, matrix.ncol()).norm(); };
+        if (size(here) + size(beside) < tolerance * std::max(1.0, size_))
+            throw ClosureError(fmt::format(
+                "{}: no free joint moves one end of closure '{}' against the other ({:.3g} m "
+                "apart): the joints between them are welded, driven by inputs or turn about "
+                "the ends. Remove the closure or free a joint.",
+                closures_[i].place, closures_[i].name, constraints_[i].getPositionErrorsAsVector(state).norm()));
+        row += rows;
+    }
 }
 
 void Closures::joinStartPositions(State& state) const {
@@ -102,24 +126,23 @@ void Closures::joinStartPositions(State& state) const {
                                        gap.closure->place, gap.closure->name, gap.width, way, size_));
 }
 
-/// Equations that depend on each other wherever the mechanism goes do no harm. Where they do only while all ends meet,
-/// the integrator's trial positions, in which they meet nearly, would get accelerations that aren't the mechanism's.
+/// Equations that depend on each other in every position do no harm. If they do so only while all ends meet, the
+/// integrator's trial positions, in which they nearly meet, would get wrong accelerations.
 void Closures::checkIndependence(const State& state) const {
-    State beside = state;
-    for (int i = 0; i < beside.getNQ(); ++i) beside.updQ()[i] += i % 2 == 0 ? 0.01 : -0.007;
-    system_.realize(beside, Stage::Velocity);
+    const State beside = besideOf(state);
     SimTK::Matrix here, there;
     matter_.calcG(state, here);
     matter_.calcG(beside, there);
 
     int rows = 0;
     for (const Closure& closure : closures_) {
-        rows += closure.axis ? 2 : 3;
+        rows += rowsOf(closure);
         if (rank(here(0, 0, rows, here.ncol())) < rank(there(0, 0, rows, there.ncol())))
-            throw ClosureError(fmt::format("{}: closure '{}' repeats what joints and closures above it demand already, "
-                                           "or the mechanism stands where it could go on in several ways. Leave the "
-                                           "closure out, or start elsewhere.",
-                                           closure.place, closure.name));
+            throw ClosureError(
+                fmt::format("{}: closure '{}' repeats what joints and closures above it require already, "
+                            "or the mechanism starts in a position from which it can move in several "
+                            "ways. Remove the closure or start in another position.",
+                            closure.place, closure.name));
     }
 }
 
@@ -127,7 +150,7 @@ void Closures::joinStartSpeeds(State& state) const {
     const SimTK::Vector said = state.getU();
     State others = state;
     for (const MobilizedBodyIndex body : withSpeed_) matter_.getMobilizedBody(body).lock(others, Motion::Velocity);
-    joinSpeeds(others); // whether that was enough shows below, where rounded speeds may change, too
+    joinSpeeds(others); // the second attempt decides; it may also change rounded speeds
     state.updU() = others.getU();
 
     const bool joined = joinSpeeds(state);
@@ -138,7 +161,7 @@ void Closures::joinStartSpeeds(State& state) const {
     }
     if (joined && change <= noticeable * said.normInf()) return;
     throw ClosureError(fmt::format("{}: the speeds of the joints at the start don't fit the closures. Correct them or "
-                                   "leave some out: these follow from the others.",
+                                   "leave some out: they follow from the others.",
                                    closures_.front().place));
 }
 
@@ -151,7 +174,7 @@ void Closures::drive(const std::vector<DrivenJoint>& joints, State& state) const
         if (!closures_.empty())
             strides = std::max(strides, std::ceil(std::abs(joint.target - starts.back()) / (stride * unit)));
     }
-    if (strides > mostStrides) throw ClosureError("The inputs jump too far for the mechanism to follow on the way.");
+    if (strides > mostStrides) throw ClosureError("The inputs jump too far for the mechanism to follow.");
 
     for (double done = 1; done <= strides; ++done) {
         for (std::size_t i = 0; i < joints.size(); ++i) {
@@ -162,21 +185,29 @@ void Closures::drive(const std::vector<DrivenJoint>& joints, State& state) const
         if (closures_.empty() || joinPositions(state)) continue;
         const Gap gap = widestGap(state);
         throw ClosureError(fmt::format("The mechanism can't follow the inputs at {} s: {:.3g} % of the way to them, "
-                                       "the ends of closure '{}' ({}) part.",
+                                       "the ends of closure '{}' ({}) come apart.",
                                        state.getTime(), 100 * done / strides, gap.closure->name, gap.closure->place));
     }
     if (!closures_.empty() && !joinSpeeds(state))
-        throw ClosureError(fmt::format("No speeds suit all closures at {} s.", state.getTime()));
+        throw ClosureError(fmt::format("No speeds satisfy all closures at {} s.", state.getTime()));
 }
 
-int Closures::independentEquations(const State& state) const {
-    if (closures_.empty()) return 0;
+int Closures::independentEquations(const State& state) const { return closures_.empty() ? 0 : rank(equations(state)); }
+
+SimTK::Matrix Closures::equations(const State& state) const {
     SimTK::Matrix all;
     matter_.calcG(state, all);
     const auto& unlocked = matter_.getFreeUIndex(state);
-    SimTK::Matrix equations(all.nrow(), static_cast<int>(unlocked.size()));
-    for (int i = 0; i < equations.ncol(); ++i) equations(i) = all(unlocked[static_cast<unsigned>(i)]);
-    return rank(equations);
+    SimTK::Matrix result(all.nrow(), static_cast<int>(unlocked.size()));
+    for (int i = 0; i < result.ncol(); ++i) result(i) = all(unlocked[static_cast<unsigned>(i)]);
+    return result;
+}
+
+State Closures::besideOf(const State& state) const {
+    State beside = state;
+    for (int i = 0; i < beside.getNQ(); ++i) beside.updQ()[i] += i % 2 == 0 ? 0.01 : -0.007;
+    system_.realize(beside, Stage::Velocity);
+    return beside;
 }
 
 bool Closures::joinPositions(State& state) const {
@@ -186,7 +217,7 @@ bool Closures::joinPositions(State& state) const {
     SimTK::ProjectResults results;
     try {
         system_.projectQ(state, errors, projection(tolerance * size_), results);
-    } catch (const std::exception&) { // a correction that isn't finite, where nothing can move
+    } catch (const std::exception&) { // a correction that is not finite, where nothing can move
         state.updQ() = before;
         system_.realize(state, Stage::Position);
     }
@@ -194,10 +225,12 @@ bool Closures::joinPositions(State& state) const {
 }
 
 bool Closures::joinSpeeds(State& state) const {
+    const double accuracy = tolerance * size_ * std::max(1.0, state.getU().normInf());
     system_.realize(state, Stage::Velocity);
+    if (matter_.getFreeUIndex(state).empty()) return state.getUErr().normInf() <= accuracy; // nothing to project
     SimTK::Vector errors;
     SimTK::ProjectResults results;
-    system_.projectU(state, errors, projection(tolerance * size_ * std::max(1.0, state.getU().normInf())), results);
+    system_.projectU(state, errors, projection(accuracy), results);
     return succeeded(results);
 }
 

@@ -1,11 +1,14 @@
 // fmu_batch TEMPLATE.mdl VALUES.csv: makes the model file of a run from a template and the values that a master set.
 //
-// The model file gets the template's base name with ".xml" and stands in the current directory. It appears complete or
-// not at all. Exit code 0 when it was written, 1 when something is wrong with the files, 2 for a wrong call.
+// The model file is written to the current directory, under the template's base name with ".xml", completely or not at
+// all. It is marked as made for a single run. Exit code 0 if it was written, 1 if something is wrong with the files, 2
+// for a wrong call.
 #include <fmt/format.h>
 #include <libxml/parser.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -13,6 +16,7 @@
 #include <memory>
 #include <string>
 
+#include "demo/solver/generated_model.h"
 #include "demo/solver/model_reader.h"
 #include "demo/solver/value_file.h"
 
@@ -28,9 +32,9 @@ void writeFile(const std::string& path, const std::string& content) {
     if (!written || !closed) throw FileError(fmt::format("{}: can't be written: {}", path, std::strerror(errno)));
 }
 
-/// Writes under another name first, so that nobody ever sees a part of the file.
+/// Writes to a file of another name first, so that nobody ever reads an incomplete one.
 void replaceFile(const std::string& path, const std::string& content) {
-    const std::string temporary = path + ".part";
+    const std::string temporary = fmt::format("{}.{}.part", path, getpid());
     try {
         writeFile(temporary, content);
         std::filesystem::rename(temporary, path);
@@ -47,6 +51,7 @@ void translate(const std::string& templatePath, const std::string& valuePath) {
     solver::XmlDocument document(templatePath);
     solver::applyValueFile(valuePath, document);
     solver::readModel(document); // the solver would refuse what this refuses
+    solver::markAsGenerated(document);
     replaceFile(std::filesystem::path(name).replace_extension(".xml").string(), document.text());
 }
 
@@ -57,6 +62,7 @@ int main(int argc, char** argv) {
         std::fputs("usage: fmu_batch TEMPLATE.mdl VALUES.csv\n", stderr);
         return 2;
     }
+    std::signal(SIGXFSZ, SIG_IGN); // a file that gets too large is a failed write, which leaves no incomplete file
     try {
         translate(argv[1], argv[2]);
         return 0;

@@ -1,6 +1,6 @@
 // The springs and loads of a mechanism, as one force element of the multibody library.
 //
-// Belongs to the mechanism alone; includes Simbody and therefore compiles as C++17.
+// Used by the mechanism only; includes Simbody and therefore compiles as C++17.
 #pragma once
 
 #include <Simbody.h>
@@ -24,7 +24,7 @@ public:
         return matter_.getMobilizedBody(SimTK::MobilizedBodyIndex(static_cast<int>(index)));
     }
 
-    /// Sets a driven load. The state knows nothing of it: the caller makes it forget its forces.
+    /// Sets a driven load. The caller invalidates the forces of its states.
     void setLoad(std::size_t load, double value) { loads_[load].value = value; }
 
     /// Force of a spring, N or N m; the state must have its velocities.
@@ -38,7 +38,7 @@ public:
     SimTK::Real calcPotentialEnergy(const SimTK::State& state) const override;
 
 private:
-    /// Stretch of a spring with its first derivative and, on demand, the second.
+    /// Stretch of a spring with its first and, if asked for, second derivative.
     struct Stretch {
         double length = 0;
         double rate = 0;

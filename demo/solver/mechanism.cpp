@@ -87,9 +87,9 @@ struct Mechanism::Parts {
     const std::vector<Output> outputs;
     std::vector<double> inputValues;
     State state;
-    State probe; ///< for positions beside that of the motion
+    State probe; ///< for positions next to that of the motion
     SimTK::RungeKuttaMersonIntegrator integrator;
-    bool restarted = false; ///< the integrator goes on from `state` as it stands
+    bool restarted = false; ///< the integrator is initialized with `state`
 };
 
 Mechanism::Parts::Parts(const Model& model)
@@ -126,7 +126,7 @@ void Mechanism::Parts::initialize(const Model& model) {
 
     system.realize(state, Stage::Acceleration);
     if (!std::isfinite(state.getYDot().norm()))
-        throw std::runtime_error("The accelerations at the start aren't finite.");
+        throw std::runtime_error("The accelerations at the start are not finite.");
 }
 
 void Mechanism::Parts::setInputs(const std::vector<double>& values) {
@@ -144,7 +144,7 @@ void Mechanism::Parts::setInputs(const std::vector<double>& values) {
     restarted = false;
 }
 
-/// Lets the integrator go on from `state`.
+/// Makes the integrator continue from `state`.
 void Mechanism::Parts::restart() {
     if (restarted) return;
     integrator.initialize(state);

@@ -1,6 +1,6 @@
 // The mechanism as the multibody library runs it: advances in time and measures the outputs.
 //
-// Built from a Model by the run. The multibody library's own headers stay behind this one, which compiles as C++17.
+// Built from a Model by the run. Hides the multibody library's headers; compiles as C++17.
 #pragma once
 
 #include <memory>
@@ -18,33 +18,33 @@ struct Signal {
     double second = 0;
 };
 
-/// The ends of closures can't be joined; a sentence for the user that says why.
+/// The ends of closures can't be joined; the message is a sentence for the user.
 class ClosureError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// One mechanism in motion. The inputs hold their values while time advances. Every function passes on the multibody
-/// library's exceptions, all of them std::exception.
+/// One mechanism in motion. The inputs keep their values while time advances. Every function passes on the multibody
+/// library's exceptions, which are all derived from std::exception.
 class Mechanism {
 public:
-    /// Sets the mechanism up in its initial position at time 0, driven joints as the model says and driven loads 0.
-    /// Throws a ClosureError when its closures don't fit that position, and another exception when its equations of
-    /// motion have no solution there.
+    /// Sets the mechanism up in its initial position at time 0, with driven joints as in the model and driven loads 0.
+    /// Throws a ClosureError if its closures don't fit that position, and another exception if its equations of motion
+    /// have no solution there.
     explicit Mechanism(const Model& model);
     ~Mechanism();
 
-    /// Number of degrees of freedom that driven joints and closures leave where the mechanism stands.
+    /// Number of degrees of freedom that driven joints and closures leave in the present position.
     int degreesOfFreedom() const;
 
     double time() const;
-    /// Calls the present moment `time`; nothing moves.
+    /// Sets the present time; nothing moves.
     void setTime(double time);
 
     /// Sets all inputs, in the order of the ports and their signals. A driven joint jumps to its new coordinate and
-    /// stands still there; what closures tie to it comes along. Throws a ClosureError when it can't.
+    /// rests there; what closures connect to it follows. Throws a ClosureError if it can't.
     void setInputs(const std::vector<double>& values);
 
-    /// Integrates up to `time` exactly, which must not lie before `time()`. Throws std::runtime_error when the motion
+    /// Integrates up to `time` exactly, which must not be before `time()`. Throws std::runtime_error when the motion
     /// cannot be followed.
     void advanceTo(double time);
 
@@ -52,7 +52,7 @@ public:
     /// speeds and accelerations of the equations of motion, and the first derivative of a spring's force follows from
     /// them exactly. Its second derivative is a central difference of the first along the motion: exact but for
     /// rounding while the mechanism is linear, otherwise good to about 1e-8 of its size unless a spring is nearly of
-    /// length 0. A joint that an input drives stands still: its derivatives are 0.
+    /// length 0. A joint that an input drives is at rest: its derivatives are 0.
     void measure(std::vector<Signal>& signals);
 
 private:

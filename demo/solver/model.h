@@ -19,7 +19,7 @@ enum class JointType { pin, slider, weld, free };
 /// The joint that carries a body. At coordinate 0 the axes of the body are parallel to those of its parent.
 struct Joint {
     JointType type = JointType::weld;
-    std::size_t parent = 0;      ///< index of a body that stands before this one
+    std::size_t parent = 0;      ///< index of an earlier body
     Vector at{};                 ///< the joint in the parent's frame
     Vector childAt{};            ///< the joint in the body's own frame
     Vector axis{0, 0, 1};        ///< of rotation or translation, of any length but 0

@@ -10,7 +10,7 @@ namespace solver {
 
 namespace {
 
-/// Fills a model element by element, in the document's order: whatever an element refers to stands above it.
+/// Fills a model element by element, in the document's order: an element can refer only to those above it.
 class ModelReader {
 public:
     explicit ModelReader(XmlDocument& document) : document_(document) {
@@ -58,12 +58,12 @@ private:
 Vector direction(XmlElement& element, const char* attribute) {
     Vector vector = element.vector(attribute, true);
     const double length = std::hypot(vector[0], vector[1], vector[2]);
-    if (length == 0) element.fail(fmt::format("{}: a direction can't be 0 0 0", attribute));
+    if (length == 0) element.fail(fmt::format("{}: a direction must not be 0 0 0", attribute));
     for (double& component : vector) component /= length;
     return vector;
 }
 
-/// One number stands for a body that is alike about all axes, or that turns about a single one.
+/// A single number applies to all three axes, for a body that is alike about them or turns about one.
 std::array<double, 6> readInertia(XmlElement& element) {
     const Vector products = element.vector("products");
     const std::vector<double> moments = element.numbers("inertia", {1, 3}, false);
@@ -71,7 +71,7 @@ std::array<double, 6> readInertia(XmlElement& element) {
     const double slack = 1e-9 * (x + y + z);
     if (x < 0 || y < 0 || z < 0 || x + y < z - slack || y + z < x - slack || z + x < y - slack)
         element.fail(fmt::format("inertia: no body has the moments {} {} {}: none may be negative or exceed the sum of "
-                                 "the two others",
+                                 "the other two",
                                  x, y, z));
     return {x, y, z, products[0], products[1], products[2]};
 }
@@ -79,7 +79,7 @@ std::array<double, 6> readInertia(XmlElement& element) {
 Model ModelReader::read() {
     XmlElement root(document_, document_.root());
     if (root.name() != "mechanism")
-        root.fail(fmt::format("the outermost element is <{}>, but <mechanism> is needed", root.name()));
+        root.fail(fmt::format("the root element must be <mechanism>, not <{}>", root.name()));
     model_.name = root.text("name");
     root.finish();
 
@@ -103,7 +103,7 @@ void ModelReader::readElement(XmlElement& element) {
         model_.loads.back().value = element.number("value");
         return element.finishLeaf();
     }
-    element.fail(fmt::format("<{}> isn't known; <mechanism> may hold parameter, gravity, body, closure, "
+    element.fail(fmt::format("unknown element <{}>; <mechanism> may contain parameter, gravity, body, closure, "
                              "point_spring, joint_spring, effort, force, torque, input and output",
                              kind));
 }
@@ -115,11 +115,11 @@ void ModelReader::readParameter(XmlElement& element) {
     element.finishLeaf();
 }
 
-/// Names of parameters and signals stand in expressions, in value files and in the head of the result file.
+/// Names of parameters and signals are used in expressions, in value files and in the result file's header.
 std::string ModelReader::variableName(XmlElement& element) {
     const std::string name = declaredName(element, "variable");
     if (name.find_first_of(" ,*/${}") != std::string::npos)
-        element.fail(fmt::format("name: '{}' has a character that names can't have: blank , * / $ {{ }}", name));
+        element.fail(fmt::format("name: '{}' must not contain a space or one of , * / $ {{ }}", name));
     return name;
 }
 
@@ -156,7 +156,7 @@ Joint ModelReader::readJoint(XmlElement element) const {
     else if (type == "free")
         joint.type = JointType::free;
     else
-        element.fail(fmt::format("type: '{}' isn't known; it is pin, slider, weld or free", type));
+        element.fail(fmt::format("type: must be pin, slider, weld or free, not '{}'", type));
 
     joint.parent = body(element, "parent", true);
     joint.at = element.vector("at");
@@ -209,7 +209,7 @@ void ModelReader::readJointSpring(XmlElement& element) {
     spring.to = coordinate(element, "to");
     if (spring.from == spring.to) element.fail("to: both ends are on the same body");
     if (spring.from != 0 && model_.bodies[spring.from].joint.type != model_.bodies[spring.to].joint.type)
-        element.fail("from: a spring can't couple an angle and a displacement");
+        element.fail("from: a spring can't connect an angle and a displacement");
     spring.stiffness = element.notNegative("stiffness", 0);
     spring.damping = element.notNegative("damping", 0);
     spring.rest = element.number("rest", 0);
@@ -243,7 +243,7 @@ Input ModelReader::readInput(XmlElement element) {
         input.target = model_.loads.size() - 1;
         input.unit = kind == "force" ? "N" : kind == "torque" ? "N m" : unitOf(model_.loads.back().body, "N", "N m");
     } else {
-        element.fail(fmt::format("<{}> isn't known; an input is motion, effort, force or torque", kind));
+        element.fail(fmt::format("unknown element <{}>; an input is motion, effort, force or torque", kind));
     }
     element.finishLeaf();
     return input;
@@ -285,7 +285,7 @@ Output ModelReader::readOutput(XmlElement element) {
         output.point = element.vector("at");
         const std::string component = element.text("component");
         output.component = component == "x" ? 0 : component == "y" ? 1 : component == "z" ? 2 : -1;
-        if (output.component < 0) element.fail(fmt::format("component: '{}' is neither x, y nor z", component));
+        if (output.component < 0) element.fail(fmt::format("component: must be x, y or z, not '{}'", component));
         output.unit = "m";
     } else if (kind == "spring_force") {
         output.kind = Output::Kind::springForce;
@@ -293,7 +293,7 @@ Output ModelReader::readOutput(XmlElement element) {
         const Spring& measured = model_.springs[output.target];
         output.unit = measured.kind == Spring::Kind::points ? "N" : unitOf(measured.to, "N", "N m");
     } else {
-        element.fail(fmt::format("<{}> isn't known; an output is coordinate, point or spring_force", kind));
+        element.fail(fmt::format("unknown element <{}>; an output is coordinate, point or spring_force", kind));
     }
     element.finishLeaf();
     return output;
@@ -301,9 +301,9 @@ Output ModelReader::readOutput(XmlElement element) {
 
 std::string ModelReader::declaredName(XmlElement& element, const char* what) {
     std::string name = element.text("name");
-    if (name.empty()) element.fail("name: is empty");
+    if (name.empty()) element.fail("name: must not be empty");
     if (!names_.insert(fmt::format("{} {}", what, name)).second)
-        element.fail(fmt::format("name: '{}' stands for another element above", name));
+        element.fail(fmt::format("name: '{}' is used by another element above", name));
     return name;
 }
 
@@ -317,7 +317,7 @@ std::size_t ModelReader::body(XmlElement& element, const char* attribute, bool o
 std::size_t ModelReader::coordinate(XmlElement& element, const char* attribute, bool optional) const {
     const std::size_t index = body(element, attribute, optional);
     if ((index == 0 && optional) || model_.bodies[index].hasCoordinate()) return index;
-    element.fail(fmt::format("{}: '{}' isn't the body of a pin or slider joint", attribute, model_.bodies[index].name));
+    element.fail(fmt::format("{}: the joint of '{}' must be a pin or slider", attribute, model_.bodies[index].name));
 }
 
 std::size_t ModelReader::spring(XmlElement& element, const char* attribute) const {
@@ -327,7 +327,7 @@ std::size_t ModelReader::spring(XmlElement& element, const char* attribute) cons
     element.fail(fmt::format("{}: there is no spring '{}' above", attribute, name));
 }
 
-/// A body at the end of a chain that nothing drives moves by its own mass; without one the equations have no solution.
+/// Without a mass, the equations of motion of a body at the end of a chain have no solution unless an input drives it.
 void ModelReader::checkMasses(const XmlElement& root) const {
     std::set<std::size_t> parents;
     for (const Body& body : model_.bodies) parents.insert(body.joint.parent);
@@ -338,9 +338,9 @@ void ModelReader::checkMasses(const XmlElement& root) const {
         const JointType type = body.joint.type;
         if (body.mass == 0 &&
             (type == JointType::slider || type == JointType::free || (type == JointType::pin && !resistsTurning)))
-            root.fail(fmt::format("body '{}' needs a mass, as no input drives its joint", body.name));
+            root.fail(fmt::format("body '{}' needs a mass because no input drives its joint", body.name));
         if (type == JointType::free && !resistsTurning)
-            root.fail(fmt::format("body '{}' is free to turn and needs an inertia", body.name));
+            root.fail(fmt::format("body '{}' can turn freely and needs an inertia", body.name));
     }
 }
 

@@ -6,8 +6,8 @@
 
 namespace solver {
 
-/// The mechanism that a document describes; the parameters that it declares are added to `document`. Throws a FileError
-/// that names file and line at the first thing that is wrong.
+/// The mechanism that a document describes; its parameters are added to `document`. Throws a FileError with file and
+/// line for the first error.
 Model readModel(XmlDocument& document);
 
 } // namespace solver

@@ -1,15 +1,53 @@
 #include "demo/solver/result_file.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <iterator>
 
 namespace solver {
 
-ResultFile::ResultFile(const std::string& path, const std::string& header)
-    : path_(path), file_(std::fopen(path.c_str(), "w")) {
+namespace {
+
+/// "run.csv", "run_2.csv", "run_3.csv" and so on for numbers from 1.
+std::string numbered(const std::string& path, int number) {
+    if (number == 1) return path;
+    std::filesystem::path name(path);
+    name.replace_filename(fmt::format("{}_{}{}", name.stem().string(), number, name.extension().string()));
+    return name.string();
+}
+
+bool isRegular(int file) {
+    struct stat status {};
+    return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// Whether another run writes to the file. If not, it is this run's from now on, as far as the file system has locks;
+/// devices and pipes are for everybody.
+bool isInUse(int file) { return isRegular(file) && flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; }
+
+/// Opens the first of the numbered files that no run writes to, and empties it. Returns null with `errno` set if it
+/// can't be opened; `path` becomes its name.
+std::FILE* openUnused(std::string& path) {
+    const std::string wanted = path;
+    for (int number = 1;; ++number) {
+        path = numbered(wanted, number);
+        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+        if (file < 0) return nullptr;
+        if (!isInUse(file) && (!isRegular(file) || ftruncate(file, 0) == 0)) return fdopen(file, "w");
+        ::close(file);
+    }
+}
+
+} // namespace
+
+ResultFile::ResultFile(const std::string& path, const std::string& header) : path_(path), file_(openUnused(path_)) {
     if (!file_) failure_ = fmt::format("The result file '{}' can't be opened: {}.", path_, std::strerror(errno));
     write(header + '\n');
 }
@@ -29,8 +67,14 @@ void ResultFile::write(const std::string& line) {
     file_.reset();
 }
 
+bool ResultFile::finish(std::FILE* file) {
+    const bool written = std::fflush(file) == 0;
+    flock(fileno(file), LOCK_UN); // also when a child process has inherited the file
+    return std::fclose(file) == 0 && written;
+}
+
 void ResultFile::close() {
-    if (file_ && std::fclose(file_.release()) != 0)
+    if (file_ && !finish(file_.release()))
         failure_ = fmt::format("The result file '{}' is incomplete: {}.", path_, std::strerror(errno));
 }
 

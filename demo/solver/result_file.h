@@ -8,26 +8,34 @@
 
 namespace solver {
 
-/// A file that is written while the run goes on. None of its failures ends the run: the caller asks for them.
+/// A file that is written while the run goes on, and locked so that no other run writes to it meanwhile. None of its
+/// failures ends the run: the caller asks for them.
 class ResultFile {
 public:
-    /// Opens `path`, replacing a file of that name, and writes the header line.
+    /// Opens `path`, replacing the file of an earlier run, and writes the header line. While another run, of this or of
+    /// another process, writes to `path`, the file is the first of "name_2.csv", "name_3.csv" and so on that is free.
     ResultFile(const std::string& path, const std::string& header);
 
-    /// Adds a row, with a full stop in numbers and 12 significant digits.
+    /// The file that is written.
+    const std::string& path() const { return path_; }
+
+    /// Adds a row, with a decimal point in numbers and 12 significant digits.
     void addRow(double time, const std::vector<double>& inputs, const std::vector<double>& outputs);
 
     /// Writes what is still buffered and closes the file; later rows are dropped.
     void close();
 
-    /// Why the file could not be opened or not be written completely, as a sentence; empty while all is well. Complete
-    /// only after `close`.
+    /// Why the file could not be opened or written completely, as a sentence; empty if there was no error. Final only
+    /// after `close`.
     const std::string& failure() const { return failure_; }
 
 private:
     struct Close {
-        void operator()(std::FILE* file) const { std::fclose(file); }
+        void operator()(std::FILE* file) const { finish(file); }
     };
+
+    /// Writes what is still buffered, gives the file free and closes it. Returns whether all was written.
+    static bool finish(std::FILE* file);
 
     void write(const std::string& line);
 

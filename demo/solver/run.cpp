@@ -7,13 +7,14 @@
 #include <limits>
 #include <stdexcept>
 
+#include "demo/solver/generated_model.h"
 #include "demo/solver/model_reader.h"
 
 namespace solver {
 
 namespace {
 
-std::string textOrEmpty(const char* text) { return text != nullptr ? text : ""; }
+std::string orEmpty(const char* string) { return string != nullptr ? string : ""; }
 
 template <typename Description>
 std::string namesOf(const std::vector<Description>& signals) {
@@ -29,10 +30,21 @@ std::string portNames(const std::vector<std::vector<Description>>& ports) {
     return names;
 }
 
-Model readModelFile(const std::string& path) {
-    if (path.empty()) throw std::runtime_error("The FMU names no model file; its parameter file fmu2ts.par must.");
-    XmlDocument document(path);
-    return readModel(document);
+XmlDocument readModelFile(const std::string& path) {
+    if (path.empty()) throw std::runtime_error("The FMU has no model file: its parameter file fmu2ts.par names none.");
+    return XmlDocument(path);
+}
+
+/// Returns whether the file was removed.
+bool removeIfGenerated(const XmlDocument& model, const Host& host) {
+    try {
+        return removeGenerated(model);
+    } catch (const std::exception& error) {
+        host.warn(fmt::format("The model file {} was made for this run and can't be removed: later runs from the same "
+                              "folder will use its parameters. {}",
+                              model.path(), error.what()));
+        return false;
+    }
 }
 
 template <typename Description>
@@ -56,7 +68,7 @@ void checkPort(const std::vector<Description>& signals, int width, const double*
         throw std::runtime_error(fmt::format("The FMU gives no address for {} port {}.", direction, port + 1));
 }
 
-/// Some parameters make sense one by one and yet no mechanism; only the multibody library finds that out.
+/// Parameters can be valid one by one and still not make a mechanism; only the multibody library finds that out.
 std::unique_ptr<Mechanism> makeMechanism(const Model& model, const std::string& modelPath) {
     try {
         return std::make_unique<Mechanism>(model);
@@ -64,22 +76,34 @@ std::unique_ptr<Mechanism> makeMechanism(const Model& model, const std::string& 
         throw;
     } catch (const std::exception& error) {
         throw std::runtime_error(fmt::format(
-            "No mechanism can be made of the model file {}. Does every body that nothing drives have a mass, and "
+            "No mechanism can be made of the model file {}. Does every body that no input drives have a mass, and "
             "an inertia where it turns? The solver says: {}",
             modelPath, error.what()));
     }
 }
 
-/// Times that rounding alone keeps apart are the same moment to a master.
+/// Times that differ only by rounding are the same to a master.
 bool isSameMoment(double a, double b) {
     return std::abs(a - b) <= 16 * std::numeric_limits<double>::epsilon() * std::max(1.0, std::abs(a));
 }
 
 } // namespace
 
-Run::Run(const Host& host)
-    : host_(host), modelPath_(textOrEmpty(host.access->GetStringParamInputName(host.handle))),
-      model_(readModelFile(modelPath_)) {
+Run::Run(const Host& host) : host_(host), modelPath_(orEmpty(host.access->GetStringParamInputName(host.handle))) {
+    XmlDocument document = readModelFile(modelPath_);
+    const bool removed = removeIfGenerated(document, host_);
+    try {
+        model_ = readModel(document);
+        start();
+    } catch (const std::exception& error) {
+        if (!removed) throw;
+        throw std::runtime_error(fmt::format("{} (The model file was made for this run and is removed; set the "
+                                             "environment variable TESSARO_DEMO_KEEP_MODEL to keep it.)",
+                                             error.what()));
+    }
+}
+
+void Run::start() {
     connectPorts();
     mechanism_ = makeMechanism(model_, modelPath_);
     openResultFile();
@@ -119,7 +143,7 @@ void Run::connectPorts() {
 }
 
 void Run::openResultFile() {
-    resultPath_ = textOrEmpty(host_.access->GetStringParamOutputName(host_.handle));
+    resultPath_ = orEmpty(host_.access->GetStringParamOutputName(host_.handle));
     if (resultPath_.empty()) return;
 
     std::string header = "time [s]";
@@ -129,6 +153,10 @@ void Run::openResultFile() {
         for (const Output& signal : port.signals) header += fmt::format(",{} [{}]", signal.name, signal.unit);
 
     results_ = std::make_unique<ResultFile>(resultPath_, header);
+    if (results_->path() != resultPath_)
+        host_.warn(fmt::format("Another run is still writing the result file '{}'; this run writes '{}'.", resultPath_,
+                               results_->path()));
+    resultPath_ = results_->path();
     dropFailedResults();
 }
 
@@ -139,7 +167,7 @@ void Run::dropFailedResults() {
 }
 
 void Run::reportStart() const {
-    host_.inform(fmt::format("Mechanism '{}' of {}: {} bodies, {} degrees of freedom, {} springs; input ports: {}; "
+    host_.inform(fmt::format("Mechanism '{}' of {}: bodies: {}; degrees of freedom: {}; springs: {}; input ports: {}; "
                              "output ports: {}; final time {} s; result file: {}.",
                              model_.name, modelPath_, model_.bodies.size() - 1, mechanism_->degreesOfFreedom(),
                              model_.springs.size(), inputs_.empty() ? "none" : portNames(model_.inputPorts),
@@ -158,7 +186,7 @@ void Run::checkFinite(const std::vector<double>& inputs) const {
     for (const auto& port : inputs_)
         for (const Input& signal : port.signals)
             if (!std::isfinite(inputs[next++]))
-                throw std::runtime_error(fmt::format("The input {} is {} at {} s, but must be finite.", signal.name,
+                throw std::runtime_error(fmt::format("The input {} is {} at {} s; it must be finite.", signal.name,
                                                      inputs[next - 1], mechanism_->time()));
 }
 
@@ -174,7 +202,7 @@ void Run::request(double time) {
     const double reached = mechanism_->time();
     if (!std::isfinite(time) || (time < reached && !isSameMoment(time, reached)))
         throw std::runtime_error(fmt::format(
-            "Outputs at {} s are requested, but the run has reached {} s and can't step back.", time, reached));
+            "Outputs at {} s are requested, but the run has reached {} s and can't go back.", time, reached));
 
     advanced_ = true;
     if (!isSameMoment(time, reached)) mechanism_->advanceTo(time);

@@ -1,4 +1,4 @@
-// One run of the solver: the mechanism of a model file behind the ports of one FMU instance.
+// One run of the solver: the mechanism of a model file, connected to the ports of one FMU instance.
 #pragma once
 
 #include <memory>
@@ -17,27 +17,27 @@ struct Host {
     void* handle;
     TScicosAccessAPI2* access;
 
-    void inform(const std::string& text) const { access->MessageHandler(handle, text.c_str(), 0); }
-    void warn(const std::string& text) const { access->MessageHandler(handle, text.c_str(), 1); }
+    void inform(const std::string& message) const { access->MessageHandler(handle, message.c_str(), 0); }
+    void warn(const std::string& message) const { access->MessageHandler(handle, message.c_str(), 1); }
 };
 
-/// Errors that end the run are thrown as std::exception, with a sentence for the user; they leave it to be destroyed.
-/// Nothing here reports a message of the levels by which the FMU ends the run.
+/// Errors that end the run are thrown as std::exception with a sentence for the user; the run is then to be destroyed.
+/// Nothing here reports a message of a level that makes the FMU end the run.
 class Run {
 public:
-    /// Reads the model file that the FMU names, checks it against the FMU's ports, opens the result file and writes
-    /// the outputs at time 0.
+    /// Reads the model file that the FMU names and removes it if it was made for this run, checks it against the FMU's
+    /// ports, opens the result file and writes the outputs at time 0.
     explicit Run(const Host& host);
 
-    /// Takes the inputs as they stand in the ports; they hold from the moment that the run has reached. Until outputs
-    /// are requested for the first time, `time` becomes that moment; later it is not looked at.
+    /// Takes the inputs from the ports; they apply from the time that the run has reached. Before outputs are requested
+    /// for the first time, that is `time`; later `time` is ignored.
     void deposit(double time);
 
-    /// Advances to `time`, writes the outputs with their derivatives and adds a row to the result file. A `time` that
-    /// the run has reached already only refreshes the outputs; an earlier one is an error.
+    /// Advances to `time`, writes the outputs with their derivatives and adds a row to the result file. If `time` is
+    /// the time that the run has reached, the outputs are only refreshed; an earlier one is an error.
     void request(double time);
 
-    /// Closes the result file and reports how the run went.
+    /// Closes the result file and reports the end of the run.
     void finish();
 
 private:
@@ -45,10 +45,11 @@ private:
     struct Port {
         std::vector<Description> signals;
         double* values;
-        double* first; ///< derivatives; null at inputs and where the FMU takes none
+        double* first; ///< derivatives; null for inputs and where the FMU takes none
         double* second;
     };
 
+    void start();
     void connectPorts();
     void openResultFile();
     void dropFailedResults();

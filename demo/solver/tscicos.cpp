@@ -1,7 +1,7 @@
 // The four entry points by which the FMU drives the solver; the contract is in plant/access_interface.h.
 //
-// Several FMU instances share one copy of this library, so each run is kept under its instance's handle. Nothing here
-// holds the lock or a run while an error is reported, as the FMU then calls blkTerminate from inside the report.
+// Several FMU instances share one copy of this library, on several threads, so each run is kept under its instance's
+// handle. Neither the lock nor a run is held while an error is reported: the FMU calls blkTerminate during the report.
 #include <exception>
 #include <map>
 #include <memory>
@@ -30,7 +30,7 @@ public:
         return found != runs_.end() ? found->second : nullptr;
     }
 
-    /// The run itself, so that it ends outside the lock.
+    /// Removes the run and returns it, so that it is destroyed outside the lock; null if there is none.
     std::shared_ptr<solver::Run> take(void* handle) {
         const std::lock_guard lock(mutex_);
         auto node = runs_.extract(handle);
@@ -49,11 +49,11 @@ Runs& runs() {
 
 std::shared_ptr<solver::Run> startedRun(void* handle) {
     std::shared_ptr<solver::Run> run = runs().find(handle);
-    if (!run) throw std::runtime_error("There is no run: it wasn't started, or it ended after an error.");
+    if (!run) throw std::runtime_error("There is no run: it was not started, or it ended after an error.");
     return run;
 }
 
-/// What `action` failed with; empty when it didn't.
+/// Carries out `action`; returns the message of its failure, empty if it succeeds.
 template <typename Action>
 std::string failureOf(const Action& action) {
     try {
@@ -73,7 +73,7 @@ void enter(void* handle, TScicosAccessAPI2* access, const Action& action) noexce
     try {
         const std::string failure = failureOf(action);
         if (!failure.empty()) access->MessageHandler(handle, failure.c_str(), errorLevel);
-    } catch (...) { // out of memory for the message, or the FMU threw: nothing is left to be told
+    } catch (...) { // out of memory for the message, or the FMU threw: nothing can be reported
     }
 }
 
@@ -85,7 +85,7 @@ extern "C" {
 
 SOLVER_EXPORT void blkStart(void* handle, TScicosAccessAPI2* access) {
     enter(handle, access, [&] {
-        runs().take(handle); // of an instance that went without a word and left its address to another
+        runs().take(handle); // of the same instance before its reset, or of an earlier one at the same address
         runs().put(handle, std::make_shared<solver::Run>(solver::Host{handle, access}));
     });
 }

@@ -1,8 +1,11 @@
 #include "demo/solver/value_file.h"
 
 #include <fmt/format.h>
+#include <libxml/parser.h>
 
+#include <algorithm>
 #include <map>
+#include <memory>
 #include <set>
 
 namespace solver {
@@ -42,13 +45,25 @@ std::string namesOf(const std::map<std::string, Setting>& settings) {
     return names.empty() ? "none" : names;
 }
 
+/// Whether XML can hold `text`, by the parser that will read it. Markup is escaped when it is written.
+bool isXmlText(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '<' || c == '>' || c == '&'; }, ' ');
+    text = "<value>" + text + "</value>";
+    const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(
+        xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, "UTF-8",
+                      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
+        &xmlFreeDoc);
+    return document != nullptr;
+}
+
 /// One line of a value file.
 class ValueLine {
 public:
     ValueLine(const std::string& file, int number, const std::string& text)
         : place_(fmt::format("{}:{}", file, number)) {
         const std::size_t comma = text.find(", ");
-        if (comma == std::string::npos || comma == 0) fail(fmt::format("'{}' isn't of the form 'name, value'", text));
+        if (comma == std::string::npos || comma == 0) fail(fmt::format("'{}' is not of the form 'name, value'", text));
         name_ = text.substr(0, comma);
         value_ = text.substr(comma + 2);
     }
@@ -56,12 +71,13 @@ public:
     void apply(const std::map<std::string, Setting>& settings, const std::string& modelPath) const {
         const auto found = settings.find(name_);
         if (found == settings.end())
-            fail(fmt::format("'{}' is neither a parameter nor an input of {}; these are: {}", name_, modelPath,
+            fail(fmt::format("'{}' is neither a parameter nor an input of {}; there are: {}", name_, modelPath,
                              namesOf(settings)));
         const Setting& setting = found->second;
         if (setting.isNumber && !parseNumber(value_))
-            fail(fmt::format("the value '{}' of '{}' isn't a number (numbers have a full stop, such as 0.5)", value_,
-                             name_));
+            fail(fmt::format("the value '{}' of '{}' is not a number (write 0.5 with a decimal point)", value_, name_));
+        if (!isXmlText(value_))
+            fail(fmt::format("XML can't hold the value of '{}': it has control characters or is not UTF-8", name_));
         if (xmlSetProp(setting.element, xml(setting.attribute), xml(value_.c_str())) == nullptr) throw std::bad_alloc();
     }
 

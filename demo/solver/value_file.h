@@ -1,4 +1,4 @@
-// The values that a master sets before a run, and their way into a model template. Used by fmu_batch.
+// Puts the values that a master set before a run into a model template. Used by fmu_batch.
 #pragma once
 
 #include <string>
@@ -8,8 +8,9 @@
 namespace solver {
 
 /// Sets the parameters and the inputs' start values that `valueFile` names in `model`, the template as it was read.
-/// Throws a FileError for a line that isn't "name, value", a name that the template doesn't know, a name that stands
-/// twice, and a text where the template's own value is a number; `model` is then half changed and of no use.
+/// Throws a FileError for a line that isn't "name, value", a name that the template doesn't have or that is set twice,
+/// a string where the template's own value is a number, and a string that XML can't hold; `model` is then half changed
+/// and of no use.
 void applyValueFile(const std::string& valueFile, const XmlDocument& model);
 
 } // namespace solver

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 
 namespace solver {
 
@@ -55,6 +56,9 @@ std::string readFile(const std::string& path) {
 }
 
 XmlDocument::XmlDocument(const std::string& path) : path_(path) {
+    static std::once_flag initialized; // the parser's own first use isn't safe on several threads
+    std::call_once(initialized, &xmlInitParser);
+
     const std::string content = readFile(path);
     const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxt*)> context(xmlNewParserCtxt(), &xmlFreeParserCtxt);
     if (!context) throw std::bad_alloc();
@@ -66,7 +70,7 @@ XmlDocument::XmlDocument(const std::string& path) : path_(path) {
     if (!document_ || root() == nullptr) {
         int line = 0;
         const std::string message = parserMessage(context.get(), line);
-        throw FileError(fmt::format("{}:{}: isn't well-formed XML: {}", path, line, message));
+        throw FileError(fmt::format("{}:{}: not well-formed XML: {}", path, line, message));
     }
 }
 
@@ -85,15 +89,15 @@ std::string XmlDocument::resolve(const std::string& text) const {
     const std::string name = text.substr(2, text.size() - 3);
     const auto parameter = parameters_.find(name);
     if (parameter == parameters_.end())
-        throw std::invalid_argument(fmt::format("no parameter '{}' is declared above", name));
+        throw std::invalid_argument(fmt::format("there is no parameter '{}' above", name));
     return parameter->second;
 }
 
 double XmlDocument::factor(std::string_view text) const {
     const std::string value = resolve(std::string(text));
     if (const std::optional<double> number = parseNumber(value)) return *number;
-    throw std::invalid_argument(fmt::format(
-        "'{}' isn't a number (numbers have a full stop, such as 0.5; parameters stand as ${{name}})", value));
+    throw std::invalid_argument(
+        fmt::format("'{}' is not a number (write 0.5 with a decimal point, and parameters as ${{name}})", value));
 }
 
 double XmlDocument::evaluate(std::string_view expression) const {
@@ -108,7 +112,7 @@ double XmlDocument::evaluate(std::string_view expression) const {
         operation = end == std::string_view::npos ? '\0' : expression[end];
         if (operation != '\0') expression.remove_prefix(end + 1);
     }
-    if (!std::isfinite(result)) throw std::invalid_argument("the value isn't finite");
+    if (!std::isfinite(result)) throw std::invalid_argument("the value is not finite");
     return result;
 }
 
@@ -120,7 +124,7 @@ std::vector<XmlElement> XmlElement::children() const {
         if (child->type == XML_ELEMENT_NODE)
             result.emplace_back(*document_, child);
         else if (child->type != XML_COMMENT_NODE && !xmlIsBlankNode(child))
-            fail(fmt::format("<{}> holds text; only elements and comments may stand here", name()));
+            fail(fmt::format("<{}> contains text, but only elements and comments are allowed", name()));
     }
     return result;
 }
@@ -131,7 +135,7 @@ std::string XmlElement::text(const char* attribute, const std::optional<std::str
     asked_.insert(attribute);
     if (!has(attribute)) {
         if (fallback) return *fallback;
-        fail(fmt::format("<{}> lacks the attribute '{}'", name(), attribute));
+        fail(fmt::format("<{}> needs the attribute '{}'", name(), attribute));
     }
     try {
         return document_->resolve(attributeText(node_, attribute));
@@ -147,17 +151,17 @@ std::vector<double> XmlElement::numbers(const char* attribute, const std::vector
     std::vector<double> result;
     const std::string all = text(attribute);
     try {
-        constexpr const char* blanks = " \t\r\n";
-        for (std::size_t begin = all.find_first_not_of(blanks); begin != std::string::npos;) {
-            const std::size_t end = std::min(all.find_first_of(blanks, begin), all.size());
+        constexpr const char* spaces = " \t\r\n";
+        for (std::size_t begin = all.find_first_not_of(spaces); begin != std::string::npos;) {
+            const std::size_t end = std::min(all.find_first_of(spaces, begin), all.size());
             result.push_back(document_->evaluate(std::string_view(all).substr(begin, end - begin)));
-            begin = all.find_first_not_of(blanks, end);
+            begin = all.find_first_not_of(spaces, end);
         }
     } catch (const std::invalid_argument& error) {
         fail(fmt::format("{}: {}", attribute, error.what()));
     }
     if (std::find(counts.begin(), counts.end(), result.size()) == counts.end())
-        fail(fmt::format("{}: '{}' has {} numbers, but {} are needed", attribute, all, result.size(),
+        fail(fmt::format("{}: '{}' has {} numbers instead of {}", attribute, all, result.size(),
                          fmt::join(counts, " or ")));
     return result;
 }
@@ -182,14 +186,14 @@ void XmlElement::finish() const {
     for (const xmlAttr* attribute = node_->properties; attribute != nullptr; attribute = attribute->next) {
         const std::string found = plain(attribute->name);
         if (asked_.count(found) == 0)
-            fail(fmt::format("<{}> has no attribute '{}'; it knows: {}", name(), found, fmt::join(asked_, ", ")));
+            fail(fmt::format("<{}> has no attribute '{}', only {}", name(), found, fmt::join(asked_, ", ")));
     }
 }
 
 void XmlElement::finishLeaf() const {
     finish();
     const std::vector<XmlElement> inner = children();
-    if (!inner.empty()) inner.front().fail(fmt::format("<{}> can't stand in <{}>", inner.front().name(), name()));
+    if (!inner.empty()) inner.front().fail(fmt::format("<{}> is not allowed in <{}>", inner.front().name(), name()));
 }
 
 std::string XmlElement::place() const { return fmt::format("{}:{}", document_->path(), xmlGetLineNo(node_)); }

@@ -1,5 +1,6 @@
 // A complete interface library: a mass on a spring, pushed by the force that the FMU receives.
 #include <cmath>
+#include <cstdio>
 #include <fstream>
 #include <locale>
 #include <map>
@@ -39,6 +40,25 @@ Oscillator* runOf(void* handle) {
     return found != runs.end() ? &found->second : nullptr;
 }
 
+/// Reads the model file. One that fmu_batch made for this run is removed, so that the next run gets one of its own.
+bool readModel(const std::string& path, Oscillator& run) {
+    std::ifstream file(path);
+    file.imbue(std::locale::classic());
+    int values = 0;
+    bool generated = false;
+    for (std::string word; file >> word;) {
+        if (word == "fmu_batch") generated = true;
+        double* value = word == "mass"        ? &run.mass
+                        : word == "stiffness" ? &run.stiffness
+                        : word == "x0"        ? &run.x
+                                              : nullptr;
+        if (value != nullptr && file >> *value) ++values;
+    }
+    file.close();
+    if (generated) std::remove(path.c_str());
+    return values == 3;
+}
+
 void writeOutputs(void* handle, TScicosAccessAPI2* access, const Oscillator& run) {
     *access->GetOutputPortRealSignalPtrs(handle, 0) = run.x;
     *access->GetOutputPortRealSignalDotPtrs(handle, 0) = run.velocity;
@@ -52,11 +72,8 @@ extern "C" void blkStart(void* handle, TScicosAccessAPI2* access) {
         return access->MessageHandler(handle, "The oscillator needs one input and one output port", 2);
     Oscillator run;
     const char* name = access->GetStringParamInputName(handle);
-    std::string tag, path = name != nullptr ? name : "";
-    std::ifstream file(path);
-    file.imbue(std::locale::classic());
-    if (!(file >> tag >> run.mass >> run.stiffness >> run.x))
-        return access->MessageHandler(handle, ("Can't read the model file " + path).c_str(), 2);
+    const std::string path = name != nullptr ? name : "";
+    if (!readModel(path, run)) return access->MessageHandler(handle, ("Can't read the model file " + path).c_str(), 2);
     writeOutputs(handle, access, run);
     const std::lock_guard<std::mutex> lock(runsMutex);
     runs[handle] = run; // in place of an earlier run: after a reset there was no blkTerminate

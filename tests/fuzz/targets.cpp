@@ -1,4 +1,5 @@
-// What libFuzzer feeds with texts of its own making. One program a target; FUZZ_TARGET is the function's name.
+// What libFuzzer feeds with texts of its own making.
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -7,22 +8,25 @@
 #include <string>
 #include <vector>
 
+#include <spawn.h>
 #include <wordexp.h>
 
+#include "fmi/instance/fmu_instance.h"
 #include "resources/model_generation.h"
-#include "resources/parameter_files.h"
+#include "resources/parameter_records.h"
 #include "resources/resource_location.h"
+#include "tests/fuzz/targets.h"
 #include "tests/support.h"
 #include "util/bytes.h"
+#include "util/internal/owners.h"
 #include "util/line_breaking.h"
 #include "util/line_input.h"
 #include "util/numbers.h"
-#include "util/owners.h"
 #include "util/paths.h"
 #include "util/replacing.h"
 #include "util/text.h"
 
-namespace {
+namespace fuzzing {
 
 void require(bool condition) {
     if (!condition) std::abort();
@@ -34,7 +38,7 @@ const fs::path& unpacked() {
     return folder.path;
 }
 
-[[maybe_unused]] void fmu2ts_par(const std::string& text) {
+void fmu2ts_par(const std::string& text) {
     static auto record = std::make_unique<FmuParRecord>();
     const fs::path path = unpacked() / "fmu2ts.par";
     writeFile(path, text);
@@ -42,7 +46,7 @@ const fs::path& unpacked() {
     require(parameterText(*record, record->ipAddress).size() <= sizeof(FmuParRecord) - 3616);
 }
 
-[[maybe_unused]] void mv_par(const std::string& text) {
+void mv_par(const std::string& text) {
     const fs::path path = unpacked() / "mv.par";
     writeFile(path, text);
     MvParRecord record{};
@@ -51,7 +55,7 @@ const fs::path& unpacked() {
     releaseNames(record);
 }
 
-[[maybe_unused]] void lines(const std::string& text) {
+void lines(const std::string& text) {
     std::vector<std::int32_t> integers(text.size() + 1);
     require(get_int_vec_from_string(text.c_str(), integers.data()) <= static_cast<int>(integers.size()));
     std::vector<char> copy(text.size() + 1), line(17);
@@ -63,7 +67,7 @@ const fs::path& unpacked() {
     } while (line[0] != '\0' || std::feof(stream.get()) == 0);
 }
 
-[[maybe_unused]] void location(const std::string& text) {
+void location(const std::string& text) {
     const MallocText path(convert_URI_to_path(text.c_str()));
     char* stripped = nullptr;
     ConvertFmuLocationToPath(text.c_str(), &stripped);
@@ -77,7 +81,7 @@ void ignore(void* /*environment*/, fmi2String /*name*/, fmi2Status /*status*/, f
 fs::path resources;
 
 /// The text is the model description; the template that it is likely to name is made.
-[[maybe_unused]] void model_description(const std::string& text) {
+void model_description(const std::string& text) {
     resources = unpacked() / "fmu/resources";
     fs::remove_all(resources.parent_path());
     writeFile(resources / "../modelDescription.xml", text), fs::create_directory(resources);
@@ -92,11 +96,12 @@ fs::path resources;
     const fmi2CallbackFunctions functions{ignore, nullptr, nullptr, nullptr, nullptr};
     FmuInstance instance{};
     instance.functions = &functions, instance.loggingOn = fmi2True;
+    const fs::path directory = fs::current_path();
     fmu_generate_xml(("file://" + resources.string()).c_str(), &instance);
-    require(fs::current_path() != resources);
+    require(fs::current_path() == directory);
 }
 
-[[maybe_unused]] void numbers_and_texts(const std::string& text) {
+void numbers_and_texts(const std::string& text) {
     char* end = nullptr;
     fstrtod(text.c_str(), &end);
     require(end >= text.c_str() && end <= text.c_str() + std::strlen(text.c_str()));
@@ -115,28 +120,20 @@ fs::path resources;
     std::free(str8to7(strdup(text.c_str())));
 }
 
-} // namespace
-
-/// Stands before the C library's: for a shell the command must be three words, the last two of them files that are
-/// there.
-extern "C" int system(const char* command) {
-    const std::string text = command;
-    const bool hasBrace = text.find('{') != std::string::npos;
-    require(!hasBrace || (text.find(',') == std::string::npos && text.find("..") == std::string::npos));
-    std::string escaped; // a lone brace stands for itself in a shell, but wordexp refuses it
-    for (const char letter : text)
-        escaped += letter == '{' || letter == '}' ? std::string("\\") + letter : std::string(1, letter);
+/// In place of the C library's: for a shell the command must run the translator and neither run nor redirect anything
+/// else. Nothing is run.
+extern "C" int posix_spawn(pid_t* /*process*/, const char* /*path*/, const posix_spawn_file_actions_t* /*actions*/,
+                           const posix_spawnattr_t* /*attributes*/, char* const arguments[],
+                           char* const /*environ*/[]) {
+    std::string command = arguments[2];
+    require(command.starts_with("\"/in stallation/"));
+    for (char& letter : command) // the shell reads these as letters or refuses them
+        if (std::strchr("(){}", letter) != nullptr) letter = 'x';
     wordexp_t words{};
-    require(wordexp(escaped.c_str(), &words, WRDE_NOCMD | WRDE_UNDEF) == 0 && words.we_wordc == 3);
-    require(std::string(words.we_wordv[0]).starts_with("/in stallation/"));
-    const std::string templateName = words.we_wordv[1], valueName = words.we_wordv[2];
-    require(fs::is_regular_file(templateName) && fs::is_regular_file(valueName) && templateName[0] != '-');
-    require(fs::current_path() == resources);
+    const int result = wordexp(command.c_str(), &words, WRDE_NOCMD);
+    require(result != WRDE_BADCHAR && result != WRDE_CMDSUB);
     wordfree(&words);
-    return 0;
+    return ENOENT;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FUZZ_TARGET(std::string(reinterpret_cast<const char*>(data), size));
-    return 0;
-}
+} // namespace fuzzing

@@ -4,11 +4,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <utility>
+#include <functional>
 
-#include "tests/reliability/small_master.h"
-
-using namespace small_master;
+#include "tests/reliability/trial.h"
 
 namespace {
 
@@ -22,7 +20,7 @@ void* counted(void* block) {
 }
 
 bool heapFails() {
-    if (heapFailFrom == 0 || inMaster) return false;
+    if (heapFailFrom == 0 || Master::inside) return false;
     ++nHeap;
     const bool fails = nHeap >= heapFailFrom && nHeap < heapFailTo;
     if (fails) errno = ENOMEM;
@@ -56,78 +54,74 @@ void free(void* block) {
 
 namespace {
 
-struct Outcome {
-    bool instantiated = false, initialized = false, finished = false;
-    bool whole() const { return instantiated && initialized && finished; }
-};
-
 /// One co-simulation from instantiation to release, whatever fails on the way; most of it is called even on a dead
-/// handle.
-Outcome simulate(const FmuFiles& files) {
-    Outcome outcome;
+/// handle. True when nothing failed.
+bool simulate(Trial& trial) {
     const fmi2ValueReference strings[] = {0, 1}, reals[] = {0, 1, 2};
     const fmi2String texts[] = {"result", "a text"};
     double values[] = {0.25, 0.5, 0.75};
-    fmi2Component c = fmi2Instantiate("unit", fmi2CoSimulation, "{guid}", files.location.c_str(), &callbacks, 0, 1);
-    outcome.instantiated = c != nullptr;
-    const bool set = fmi2SetString(c, strings, 2, texts) == fmi2OK && fmi2SetReal(c, reals, 3, values) == fmi2OK;
-    if (c != nullptr && !set) fmi2Reset(c);
-    outcome.initialized = fmi2EnterInitializationMode(c) == fmi2OK && fmi2ExitInitializationMode(c) == fmi2OK;
-    outcome.finished = set;
-    for (int step = 0; step < 3; ++step)
-        outcome.finished = fmi2DoStep(c, step, 1, fmi2True) == fmi2OK && fmi2GetReal(c, reals, 3, values) == fmi2OK &&
-                           fmi2SetString(c, strings, 2, texts) == fmi2OK && outcome.finished;
+    fmi2Component c = trial.instantiate();
+    bool whole = fmi2SetString(c, strings, 2, texts) == fmi2OK;
+    whole &= fmi2Reset(c) == fmi2OK;
+    whole &= fmi2SetReal(c, reals, 3, values) == fmi2OK;
+    if (c != nullptr && !whole) fmi2Reset(c);
+    whole &= fmi2EnterInitializationMode(c) == fmi2OK;
+    whole &= fmi2ExitInitializationMode(c) == fmi2OK;
+    for (int step = 0; step < 3; ++step) {
+        whole &= fmi2DoStep(c, step, 1, fmi2True) == fmi2OK;
+        whole &= fmi2GetReal(c, reals, 3, values) == fmi2OK;
+        whole &= fmi2SetString(c, strings, 2, texts) == fmi2OK;
+    }
     fmi2Terminate(c);
     fmi2FreeInstance(c);
-    return outcome;
+    return whole;
 }
 
-struct Figures {
-    int nFaults = 0, nRefused = 0, nSilent = 0;
+/// The kind of allocations that fail.
+struct Kind {
+    const char* name;
+    std::function<void(std::size_t from, std::size_t count)> arm;
+    std::function<std::size_t()> disarm; ///< gives how many there were
 };
 
-/// One run with faults, and a clean one. False when the run is over before the fault.
-template <typename Arm, typename Disarm>
-bool tryFault(const FmuFiles& files, bool modelThere, Figures& figures, const Arm& arm, const Disarm& disarm) {
-    const fs::path model = files.resources / "Model.xml", directory = fs::current_path();
+/// One run in which the n-th allocation fails, and a clean one. False when the run is over before.
+bool tryFault(Trial& trial, const Kind& kind, std::size_t n, std::size_t count, bool modelThere, int& nSilent) {
+    const fs::path model = trial.files.resources / "Model.xml";
     modelThere ? writeFile(model, "by hand") : static_cast<void>(fs::remove(model));
-    const std::size_t nDescriptors = countDescriptors();
-    heard.clear();
-    arm();
-    const Outcome outcome = simulate(files);
-    const bool reached = disarm();
-    requireNothingLeft(nDescriptors, directory);
+    trial.master.takeEvents();
+    kind.arm(n, count);
+    const bool whole = simulate(trial), reached = kind.disarm() >= n;
+    trial.requireNothingLeft();
     require(!fs::exists("Model.csv"), "another folder's model was generated");
     require(!modelThere || contentOf(model) == "by hand", "the model file was replaced");
-    if (!reached) require(outcome.whole(), "a run without a fault failed");
-    figures.nFaults += reached;
-    figures.nRefused += !outcome.whole();
-    const bool told = std::any_of(heard.begin(), heard.end(), [](const auto& line) { return line[0] == '3'; });
-    figures.nSilent += !outcome.whole() && !told;
+    require(reached || whole, "a run without a fault failed");
+    const auto events = trial.master.takeEvents();
+    const auto isError = [](const std::string& event) { return event.starts_with("error"); };
+    nSilent += !whole && std::none_of(events.begin(), events.end(), isError);
     if (!modelThere) fs::remove(model);
-    require(simulate(files).whole(), "the next instance does not work");
+    require(simulate(trial), "the next instance does not work");
     require(fs::exists(model), "the next instance has no model file");
+    trial.master.takeMemoryCalls();
     return reached;
 }
 
 /// All faults of a kind, a second time: what is in use afterwards must be what was in use before.
-template <typename Try>
-void tryAll(const char* name, const Try& tryOne) {
-    for (const auto& [mode, nFailing] : {std::pair("one", 1UL), {"all from one on", UINT_MAX + 0UL}})
+void tryAll(Trial& trial, const Kind& kind) {
+    for (const std::size_t count : {1U, UINT_MAX})
         for (const bool modelThere : {false, true}) {
             long nBefore = 0;
-            Figures figures;
+            int nSilent = 0;
+            std::size_t n = 1;
             for (int round = 0; round < 2; ++round) {
-                heard = {}, nBefore = nHeapBlocks;
-                figures = {};
-                for (std::size_t n = 1; tryOne(n, n + nFailing, modelThere, figures);) ++n;
+                trial.master.takeEvents();
+                nBefore = nHeapBlocks;
+                for (n = 1, nSilent = 0; tryFault(trial, kind, n, count, modelThere, nSilent);) ++n;
             }
-            heard = {};
+            trial.master.takeEvents();
             const long nLost = nHeapBlocks - nBefore;
-            std::printf("%s, %s, model file %s: %d faults, %d runs refused (%d without an error message), %ld blocks "
-                        "lost\n",
-                        name, mode, modelThere ? "there" : "generated", figures.nFaults, figures.nRefused,
-                        figures.nSilent, nLost);
+            std::printf("%s, %s, model file %s: %zu faults, %d without an error message, %ld blocks lost\n", kind.name,
+                        count == 1 ? "one" : "all from one on", modelThere ? "there" : "generated", n - 1, nSilent,
+                        nLost);
             require(nLost == 0, "memory is lost");
         }
 }
@@ -136,23 +130,26 @@ void tryAll(const char* name, const Try& tryOne) {
 
 int main() {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    const FmuFiles files;
-    enterInstallation(files);
-    recording = true;
+    Trial trial;
+    trial.master.recording = true;
     // The master works among the resources of another FMU, which is none of this one's business.
-    writeFile(files.folder.path / "other/modelDescription.xml", "modelName=\"Model\"");
-    writeFile(files.folder.path / "other/resources/Model.mdl", "template");
-    fs::current_path(files.folder.path / "other/resources");
-    for (int i = 0; i < 70; ++i) simulate(files); // until as many streams are held open as ever will be
+    const fs::path other = trial.files.folder.path / "other/resources";
+    writeFile(other / "../modelDescription.xml", "modelName=\"Model\"");
+    writeFile(other / "Model.mdl", "template");
+    fs::current_path(other);
+    trial.directory = other;
+    for (int i = 0; i < 70; ++i) simulate(trial); // until as many streams are held open as ever will be
 
-    tryAll("allocateMemory", [&files](std::size_t from, std::size_t to, bool modelThere, Figures& figures) {
-        return tryFault(
-            files, modelThere, figures, [&] { nAllocations = 0, failFrom = from, failTo = to; },
-            [&] { return failTo = 0, nAllocations >= from; });
-    });
-    tryAll("process heap", [&files](std::size_t from, std::size_t to, bool modelThere, Figures& figures) {
-        return tryFault(
-            files, modelThere, figures, [&] { nHeap = 0, heapFailTo = to, heapFailFrom = from; },
-            [&] { return heapFailFrom = 0, nHeap >= from; });
-    });
+    std::size_t nBefore = 0;
+    Master& master = trial.master;
+    tryAll(trial, {"allocateMemory",
+                   [&](std::size_t from, std::size_t count) {
+                       nBefore = master.nAllocations();
+                       master.failAllocation(from, count);
+                   },
+                   [&] { return master.failNoAllocation(), master.nAllocations() - nBefore; }});
+    tryAll(trial,
+           {"process heap",
+            [](std::size_t from, std::size_t count) { nHeap = 0, heapFailTo = from + count, heapFailFrom = from; },
+            [] { return heapFailFrom = 0, nHeap; }});
 }

@@ -5,18 +5,21 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "tests/reliability/small_master.h"
+#include "tests/reliability/trial.h"
 
 /// One handle of the master's. Each function takes the arguments of a call and gives the status that is due; `due` then
-/// ends with the messages and solver's calls that are due, in their order.
+/// ends with the messages and solver's calls that are due, in their order, each with what the record holds then.
 class CallModel {
 public:
     using Text = std::optional<std::string>;
 
-    CallModel(fmi2Type type, fmi2Boolean loggingOn) : type_(type), loggingOn_(loggingOn) {}
+    CallModel(const SolverScript& solver, fmi2Type type, fmi2Boolean loggingOn)
+        : solver_(solver), type_(type), loggingOn_(loggingOn) {}
 
     static constexpr unsigned setMask = 2 + 4 + 8 + 32, getMask = 4 + 8 + 16 + 32 + 128 + 256 + 512 + 1024;
 
@@ -40,17 +43,18 @@ public:
             if (found != names.end())
                 categories_[static_cast<std::size_t>(found - names.begin())] = on;
             else
-                say("1 logError logging category '%s' is not supported by model", name.c_str());
+                say("warning [logError] logging category '%s' is not supported by model", name.c_str());
         }
         trace("fmi2SetDebugLogging");
         return fmi2OK;
     }
 
-    fmi2Status setupExperiment(fmi2Boolean tolerated, double tolerance, double start, double stop) {
+    fmi2Status setupExperiment(fmi2Boolean tolerated, double tolerance, double start, int stops, double stop) {
         if (!allowed("fmi2SetupExperiment", 2)) return fmi2Error;
-        traceAs("0 logFmiCall fmi2SetupExperiment: toleranceDefined=%d tolerance=%g", tolerated, tolerance);
-        if (!(start == 0)) say("3 logError fmi2SetString: Out of memory.%s", "");
-        time_ = start, stopTime_ = stop;
+        traceAs("ok [logFmiCall] fmi2SetupExperiment: toleranceDefined=%d tolerance=%g", tolerated, tolerance);
+        if (!(start == 0)) say("error [logError] fmi2SetString: Out of memory.%s", "");
+        time_ = start, stopTimeDefined_ = stops, stopTime_ = stop;
+        if (stops != 0) endTime_ = stop;
         return fmi2OK;
     }
 
@@ -58,46 +62,63 @@ public:
     fmi2Status enterInitializationMode(std::size_t folderLength) {
         if (!allowed("fmi2EnterInitializationMode", 2)) return fmi2Error;
         trace("fmi2EnterInitializationMode");
-        std::fill(reals.begin(), reals.end(), 0), integers = booleans = {0, 0};
+        if (loggingOn_ != 0 && !startValues_.empty())
+            say("warning [warning] fmi2EnterInitializationMode: model file [%s] was there already and is used as it "
+                "is: "
+                "the values that were set have no effect.",
+                "Model.xml");
         const std::string result = strings[0].value_or("fmu.mrf");
         const std::size_t ending = result.find(".mrf") == std::string::npos ? 4 : 0,
                           folder = result.find_first_of("/\\") == std::string::npos ? folderLength + 1 : 0;
         if (folder + result.size() + ending > 1023) {
-            if (loggingOn_ != 0) say("3 error %s: Result file name is too long.", "fmi2EnterInitializationMode");
+            if (loggingOn_ != 0) say("error [error] %s: Result file name is too long.", "fmi2EnterInitializationMode");
             return fmi2Error;
         }
+        std::fill(reals.begin(), reals.end(), 0), integers = booleans = {0, 0};
         alive = playToItsEnd(0, "start");
         if (alive) state = 4;
         return alive ? fmi2OK : fmi2Error;
     }
 
     fmi2Status exitInitializationMode() {
-        return moveTo("fmi2ExitInitializationMode", 4, type_ == fmi2ModelExchange ? 8 : 32);
+        if (!allowed("fmi2ExitInitializationMode", 4)) return fmi2Error;
+        trace("fmi2ExitInitializationMode");
+        state = type_ == fmi2ModelExchange ? 8 : 32;
+        dirty_ = 0, newEventIteration_ |= type_ == fmi2ModelExchange;
+        return fmi2OK;
     }
 
-    fmi2Status reset() { return moveTo("fmi2Reset", getMask + 2, 2); }
+    fmi2Status reset() {
+        if (!allowed("fmi2Reset", getMask + 2)) return fmi2Error;
+        trace("fmi2Reset");
+        state = 2, dirty_ = 1;
+        startValues_.clear();
+        return fmi2OK;
+    }
 
     fmi2Status terminate() {
-        const fmi2Status status = moveTo("fmi2Terminate", 8 + 16 + 32 + 128, 512);
-        if (status == fmi2OK) deposit(stopTime_);
-        return status;
+        if (!allowed("fmi2Terminate", 8 + 16 + 32 + 128)) return fmi2Error;
+        trace("fmi2Terminate");
+        deposit(stopTime_);
+        state = 512;
+        return fmi2OK;
     }
 
     void free() {
         if (!allowed("fmi2FreeInstance", getMask + 2)) return;
         trace("fmi2FreeInstance");
-        if (plant_) play(3, "terminate" + number(time_));
+        if (plant_) play(3, "terminate at" + number(time_));
         alive = false;
     }
 
     fmi2Status doStep(double time, double size, fmi2Boolean flag) {
         if (!allowed("fmi2DoStep", 32)) return fmi2Error;
-        traceAs("0 logFmiCall fmi2DoStep: currentCommunicationPoint = %g, communicationStepSize = %g, "
+        traceAs("ok [logFmiCall] fmi2DoStep: currentCommunicationPoint = %g, communicationStepSize = %g, "
                 "noSetFMUStatePriorToCurrentPoint = fmi2%s",
                 time, size, flag != 0 ? "True" : "False");
-        const char* failed = "3 logAll Problem in cosimulation, unable to %s at communication point=%g.";
+        const char* failed = "error [logAll] Problem in cosimulation, unable to %s at communication point=%g.";
         if (size <= 0) {
-            say("3 logError fmi2DoStep: communication step size must be > 0. Fount %g.", size);
+            say("error [logError] fmi2DoStep: communication step size must be > 0. Fount %g.", size);
             state = 1024;
         } else if (!deposit(time)) {
             say(failed, "deposite plant input", time);
@@ -105,7 +126,7 @@ public:
             say(failed, "request plant output", time);
             state = 128;
         } else {
-            traceAs("0 logFmiCall Solver progressed from %g to %g.", time, time + size);
+            traceAs("ok [logFmiCall] Solver progressed from %g to %g.", time, time + size);
             time_ = time + size;
             return fmi2OK;
         }
@@ -126,18 +147,18 @@ public:
         const bool known = kind >= 0 && kind <= 3;
         const std::string kindName =
             known ? "fmi2" + std::string(kinds[static_cast<std::size_t>(kind)]) : "unknown status kind";
-        traceAs("0 logFmiCall %s: fmi2StatusKind = %s", name, kindName.c_str());
+        traceAs("ok [logFmiCall] %s: fmi2StatusKind = %s", name, kindName.c_str());
         if (known)
-            say("3 logError %s: Can be called with %s when fmi2DoStep returned fmi2%s. This is not the case.", name,
-                kindName.c_str(), kind < 2 ? "Pending" : "Discard");
+            say("error [logError] %s: Can be called with %s when fmi2DoStep returned fmi2%s. This is not the case.",
+                name, kindName.c_str(), kind < 2 ? "Pending" : "Discard");
         return fmi2Discard;
     }
 
     fmi2Status setInputDerivatives(std::size_t count) {
         const char* name = "fmi2SetRealInputDerivatives";
         if (!allowed(name, 2 + 4 + 32)) return fmi2Error;
-        traceAs("0 logFmiCall %s: nvr= %d", name, static_cast<int>(count));
-        say("3 logError %s: ignoring function call. This model cannot interpolate inputs: "
+        traceAs("ok [logFmiCall] %s: nvr= %d", name, static_cast<int>(count));
+        say("error [logError] %s: ignoring function call. This model cannot interpolate inputs: "
             "canInterpolateInputs=\"fmi2False\"",
             name);
         return fmi2Error;
@@ -149,18 +170,18 @@ public:
         if (!given(name, "vr[]", vr) || !given(name, "order[]", order) || !given(name, "value[]", value))
             return fmi2Error;
         if (!plant_ || (order[0] != 1 && order[0] != 2)) {
-            say("3 logError %s: No output derivatives of order %d.", name, order[0]);
+            say("error [logError] %s: No output derivatives of order %d.", name, order[0]);
             return fmi2Error;
         }
         for (std::size_t n = 0; n < count; ++n) {
             if (!inRange(name, vr[n], reals.size())) return fmi2Error;
             const unsigned index = vr[n] + 2U * static_cast<unsigned>(order[0]);
             if (index >= reals.size()) {
-                say("3 logError %s: No derivative behind value reference %u.", name, vr[n]);
+                say("error [logError] %s: Value reference %u has no derivative.", name, vr[n]);
                 return fmi2Error;
             }
             value[n] = reals[index];
-            traceAs("0 logFmiCall %s: #r%u# = %.16g", name, vr[n], value[n]);
+            traceAs("ok [logFmiCall] %s: #r%u# = %.16g", name, vr[n], value[n]);
         }
         return fmi2OK;
     }
@@ -168,7 +189,7 @@ public:
     fmi2Status unsupported(const char* name, unsigned mask) {
         if (!allowed(name, mask)) return fmi2Error;
         trace(name);
-        say("3 logError %s: Function not implemented.", name);
+        say("error [logError] %s: Function not implemented.", name);
         return fmi2Error;
     }
 
@@ -176,10 +197,11 @@ public:
     template <typename Value>
     fmi2Status get(const char* name, std::vector<Value>& own, const unsigned vr[], std::size_t count, Value values[]) {
         if (!transferable(name, getMask, vr, count, values)) return fmi2Error;
+        if (count != 0 && name[7] != 'R') dirty_ = 0;
         for (std::size_t n = 0; n < count; ++n) {
             if (!inRange(name, vr[n], own.size())) return fmi2Error;
             values[n] = own[vr[n]];
-            traceAs("0 logFmiCall %s: #%s", name, shown(name, vr[n], values[n]).c_str());
+            traceAs("ok [logFmiCall] %s: #%s", name, shown(name, vr[n], values[n]).c_str());
         }
         return fmi2OK;
     }
@@ -189,61 +211,85 @@ public:
     fmi2Status set(const char* name, std::vector<Value>& own, const unsigned vr[], std::size_t count,
                    const Value values[]) {
         if (!transferable(name, setMask + (name[7] == 'R' ? 16 : 0), vr, count, values)) return fmi2Error;
-        traceAs("0 logFmiCall %s: nvr = %d", name, static_cast<int>(count));
+        traceAs("ok [logFmiCall] %s: nvr = %d", name, static_cast<int>(count));
         for (std::size_t n = 0; n < count; ++n) {
             if (!inRange(name, vr[n], own.size())) return fmi2Error;
-            traceAs("0 logFmiCall %s: #%s", name, shown(name, vr[n], values[n]).c_str());
+            traceAs("ok [logFmiCall] %s: #%s", name, shown(name, vr[n], values[n]).c_str());
             if constexpr (std::is_same_v<Value, Text>)
                 if (!values[n] && (categories_[0] != 0 || categories_[1] != 0))
-                    say("1 logError %s: string argument value[%d] = NULL.", name, static_cast<int>(n));
+                    say("warning [logError] %s: string argument value[%d] = NULL.", name, static_cast<int>(n));
             own[vr[n]] = values[n];
+            const std::pair variable(name[7], vr[n]);
+            if (isForTranslator(variable, values[n]))
+                startValues_.insert(variable);
+            else
+                startValues_.erase(variable);
         }
+        if (count != 0) dirty_ = 1;
         return fmi2OK;
     }
 
+    /// What the record's fields must hold, as `fieldsOf` shows them.
+    std::string fields() const {
+        return textOf("state %u, time %g, stop time %d %g, end time %g, dirty %d, event %d", state, time_,
+                      stopTimeDefined_, stopTime_, endTime_, dirty_, newEventIteration_);
+    }
+
 private:
-    static std::string number(double value) { return small_master::textOf(" %g", value); }
+    static std::string number(double value) { return textOf(" %g", value); }
 
     /// A value as the traces show it; the functions' names differ in their eighth letter.
     static std::string shown(const char* /*name*/, unsigned vr, double value) {
-        return small_master::textOf("r%u# = %.16g", vr, value);
+        return textOf("r%u# = %.16g", vr, value);
     }
     static std::string shown(const char* name, unsigned vr, int value) {
-        if (name[7] == 'I') return small_master::textOf("i%u# = %d", vr, value);
-        return small_master::textOf("b%u# = %s", vr, value != 0 ? "true" : "false");
+        if (name[7] == 'I') return textOf("i%u# = %d", vr, value);
+        return textOf("b%u# = %s", vr, value != 0 ? "true" : "false");
     }
     static std::string shown(const char* /*name*/, unsigned vr, const Text& value) {
-        return small_master::textOf("s%u# = ", vr) + "'" + value.value_or("(null)") + "'";
+        return textOf("s%u# = ", vr) + "'" + value.value_or("(null)") + "'";
+    }
+
+    using Variable = std::pair<char, unsigned>; // a letter of its type, its reference
+
+    /// Whether a value that was set goes into the value file. String variable 0, the result file, does not.
+    static bool isForTranslator(Variable variable, const Text& value) {
+        return value.has_value() && variable.second != 0;
+    }
+    template <typename Number>
+    static bool isForTranslator(Variable /*variable*/, Number value) {
+        return value != -99999;
     }
 
     template <typename... Arguments>
     void say(const char* format, Arguments... arguments) {
-        due.push_back(small_master::textOf(format, arguments...));
+        due.push_back(textOf(format, arguments...));
+        due.push_back(fields());
     }
     template <typename... Arguments>
     void traceAs(const char* format, Arguments... arguments) {
         if (categories_[0] != 0 || categories_[2] != 0) say(format, arguments...);
     }
-    void trace(const char* name) { traceAs("0 logFmiCall %s", name); }
+    void trace(const char* name) { traceAs("ok [logFmiCall] %s", name); }
 
     bool allowed(const char* name, unsigned mask) {
         if (!alive || (state & mask) != 0) return alive;
         state = 1024;
-        say("3 logError %s: Illegal call sequence.", name);
+        say("error [logError] %s: Illegal call sequence.", name);
         return false;
     }
 
     bool given(const char* name, const char* argument, const void* pointer) {
         if (pointer != nullptr) return true;
         state = 1024;
-        say("3 logError %s: Invalid argument %s = NULL.", name, argument);
+        say("error [logError] %s: Invalid argument %s = NULL.", name, argument);
         return false;
     }
 
     bool inRange(const char* name, unsigned vr, std::size_t count) {
         if (static_cast<int>(vr) < static_cast<int>(count)) return true;
+        say("error [logError] %s: Illegal value reference %u.", name, vr);
         state = 1024;
-        say("3 logError %s: Illegal value reference %u.", name, vr);
         return false;
     }
 
@@ -251,15 +297,8 @@ private:
         return allowed(name, mask) && (count == 0 || (given(name, "vr[]", vr) && given(name, "value[]", value)));
     }
 
-    fmi2Status moveTo(const char* name, unsigned mask, unsigned next) {
-        if (!allowed(name, mask)) return fmi2Error;
-        trace(name);
-        state = next;
-        return fmi2OK;
-    }
-
     bool deposit(double time) {
-        return plant_ && playToItsEnd(1, "deposit 1" + number(time) + ":" + number(reals[0]) + number(reals[1]) +
+        return plant_ && playToItsEnd(1, "deposit at" + number(time) + ":" + number(reals[0]) + number(reals[1]) +
                                              number(reals[2]));
     }
 
@@ -267,7 +306,7 @@ private:
         for (const auto& [first, width, start] : {std::array{3, 2, 0}, {9, 3, 10}}) // the output ports
             for (int k = 0; k < 3 * width; ++k)
                 reals[static_cast<std::size_t>(first + k)] = 100 * (k / width) + time + start + k % width;
-        return playToItsEnd(2, "request" + number(time));
+        return playToItsEnd(2, "request at" + number(time));
     }
 
     bool playToItsEnd(int entry, const std::string& line) {
@@ -279,29 +318,34 @@ private:
     /// The solver's part of a call; false when it throws.
     bool play(int entry, const std::string& line) {
         due.push_back(line);
-        if (small_master::solver.report[entry] != 0) report(small_master::solver.report[entry] - 10);
-        return small_master::solver.raise[entry] == 0;
+        due.push_back(fields());
+        const Behaviour& behaviour = solver_.behaviours[entry];
+        if (behaviour.reports) report(behaviour.level);
+        return behaviour.thrown == Thrown::nothing;
     }
 
     /// A report of 2 and more ends the run: the solver's terminate is called at once, but not from within itself.
     void report(int level) {
-        constexpr std::array statuses{0, 1, 3, 4};
+        constexpr std::array statuses{"ok", "warning", "error", "fatal"};
         if (level >= 0 && level <= 3 && loggingOn_ != 0)
-            say("%d log 100%%s of it\n", statuses[static_cast<std::size_t>(level)]);
+            say("%s [log] 100%%s of it\n", statuses[static_cast<std::size_t>(level)]);
         if (level < 2) return;
         if (!terminating_) {
             terminating_ = true;
-            const bool returned = play(3, "terminate" + number(time_));
+            const bool returned = play(3, "terminate at" + number(time_));
             terminating_ = false;
             if (!returned) return;
         }
         errorCode_ = level;
     }
 
+    const SolverScript& solver_;
     fmi2Type type_;
     fmi2Boolean loggingOn_;
     std::array<fmi2Boolean, 4> categories_{};
+    std::set<Variable> startValues_; // set since the instantiation or the last reset
     bool plant_ = false, terminating_ = false;
     int errorCode_ = 0;
-    double time_ = 0, stopTime_ = 0;
+    double time_ = 0, stopTime_ = 0, endTime_ = 7.5;
+    int stopTimeDefined_ = 0, dirty_ = 1, newEventIteration_ = 0;
 };

@@ -1,18 +1,21 @@
 // Long and wide runs, with the process's memory before and after: long_runs STEPS CYCLES VARIABLES INSTANCES
 #include <cmath>
 #include <cstdio>
+#include <fstream>
 #include <thread>
 
-#include "tests/reliability/small_master.h"
+#include <malloc.h>
 
-using namespace small_master;
+#include "tests/reliability/trial.h"
 
 namespace {
 
-fmi2Component instantiate(const FmuFiles& files) {
-    fmi2Component c = fmi2Instantiate("unit", fmi2CoSimulation, "{guid}", files.location.c_str(), &callbacks, 0, 1);
-    require(c != nullptr, "no instance");
-    return c;
+/// The process's memory in KiB, after what is free was given back.
+std::size_t residentKiB() {
+    malloc_trim(0);
+    std::size_t size = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident * 4;
 }
 
 void initialize(fmi2Component c) {
@@ -20,8 +23,8 @@ void initialize(fmi2Component c) {
     require(fmi2EnterInitializationMode(c) == fmi2OK && fmi2ExitInitializationMode(c) == fmi2OK, "not initialized");
 }
 
-fmi2Component start(const FmuFiles& files) {
-    fmi2Component c = instantiate(files);
+fmi2Component start(Trial& trial) {
+    fmi2Component c = trial.instantiate();
     initialize(c);
     return c;
 }
@@ -43,33 +46,32 @@ void finish(fmi2Component c) {
 
 /// Runs a part a little, so that what is allocated once is there, and then whole; prints what that adds to the memory.
 template <typename Part>
-void measure(const char* name, std::size_t little, std::size_t count, const Part& part) {
+void measure(const Trial& trial, const char* name, std::size_t little, std::size_t count, const Part& part) {
     part(little);
-    const std::size_t nDescriptors = countDescriptors(), before = residentKiB();
-    const fs::path directory = fs::current_path();
+    const std::size_t before = residentKiB();
     part(count);
     const auto grown = static_cast<long>(residentKiB() - before);
     std::printf("%zu %s: %zu KiB before, %+ld KiB after\n", count, name, before, grown);
     require(grown < 1024, "memory grows");
-    requireNothingLeft(nDescriptors, directory);
+    trial.requireNothingLeft();
 }
 
 /// As many reals as are wanted, each with a name and a start value; the value file must hold all of them.
-void runWide(FmuFiles& files, std::size_t nVariables) {
+void runWide(Trial& trial, std::size_t nVariables) {
     const std::size_t nReals = 19 + nVariables;
     std::string names = std::to_string(nReals) + "\n";
     for (std::size_t i = 0; i < nReals; ++i) names += "body_" + std::to_string(i) + ".stiffness\n";
-    files.shape[5] = std::to_string(nReals);
-    files.makeFiles();
-    writeFile(files.resources / "mv.par", names + "0\n0\n0\n");
+    trial.files.parameters.nReal = std::to_string(nReals);
+    trial.files.make();
+    writeFile(trial.files.resources / "mv.par", names + "0\n0\n0\n");
     std::vector<fmi2ValueReference> references(nReals);
     std::vector<double> values(nReals);
     for (std::size_t i = 0; i < nReals; ++i)
         references[i] = static_cast<fmi2ValueReference>(i), values[i] = 0.5 * static_cast<double>(i);
-    fmi2Component c = instantiate(files);
+    fmi2Component c = trial.instantiate();
     require(fmi2SetReal(c, references.data(), nReals, values.data()) == fmi2OK, "values not set");
     initialize(c);
-    std::ifstream lines(files.resources / "Model.csv");
+    std::ifstream lines(trial.files.resources / "Model.csv");
     std::size_t n = 0;
     for (std::string line; std::getline(lines, line); ++n)
         require(line == textOf("body_%zu.stiffness, %.6f", n, values[n]), "value file: %s", line.c_str());
@@ -79,9 +81,9 @@ void runWide(FmuFiles& files, std::size_t nVariables) {
 }
 
 /// Instances that live together, each stepped on a thread of its own and with inputs of its own.
-void runTogether(const FmuFiles& files, std::size_t nSteps) {
+void runTogether(Trial& trial, std::size_t nSteps) {
     std::vector<fmi2Component> instances;
-    for (int i = 0; i < 8; ++i) instances.push_back(start(files));
+    for (int i = 0; i < 8; ++i) instances.push_back(start(trial));
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < instances.size(); ++i)
         threads.emplace_back([c = instances[i], i, nSteps] {
@@ -96,30 +98,29 @@ void runTogether(const FmuFiles& files, std::size_t nSteps) {
 int main(int count, char** arguments) {
     require(count == 5, "usage: long_runs STEPS CYCLES VARIABLES INSTANCES");
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    FmuFiles files;
-    enterInstallation(files);
+    Trial trial;
     const auto number = [arguments](int i) { return std::size_t{std::stoul(arguments[i])}; };
 
-    measure("instances one after the other, each with a translator's run", number(4) / 2, number(4),
-            [&files](std::size_t n) {
+    measure(trial, "instances one after the other, each with a translator's run", number(4) / 2, number(4),
+            [&trial](std::size_t n) {
                 for (std::size_t i = 0; i < n; ++i) {
-                    fs::remove(files.resources / "Model.xml");
-                    fmi2Component c = start(files);
+                    fs::remove(trial.files.resources / "Model.xml");
+                    fmi2Component c = start(trial);
                     step(c, i);
                     finish(c);
                 }
             });
-    measure("steps", 200, number(1), [&files](std::size_t n) {
-        fmi2Component c = start(files);
+    measure(trial, "steps", 200, number(1), [&trial](std::size_t n) {
+        fmi2Component c = start(trial);
         for (std::size_t i = 0; i < n; ++i) step(c, i);
         finish(c);
     });
-    measure("cycles from instantiation to release", 200, number(2), [&files](std::size_t n) {
-        for (std::size_t i = 0; i < n; ++i) finish(start(files));
+    measure(trial, "cycles from instantiation to release", 200, number(2), [&trial](std::size_t n) {
+        for (std::size_t i = 0; i < n; ++i) finish(start(trial));
     });
     // The former run of the solver goes on at each reset, and keeps some hundred bytes.
-    measure("runs of one instance, with resets between them", 1, 100, [&files](std::size_t n) {
-        fmi2Component c = start(files);
+    measure(trial, "runs of one instance, with resets between them", 1, 100, [&trial](std::size_t n) {
+        fmi2Component c = start(trial);
         for (std::size_t i = 0; i < n; ++i) {
             step(c, i);
             require(fmi2Reset(c) == fmi2OK, "no reset");
@@ -127,7 +128,7 @@ int main(int count, char** arguments) {
         }
         finish(c);
     });
-    measure("steps in each of eight instances at once, on eight threads", 200, number(1) / 100,
-            [&files](std::size_t n) { runTogether(files, n); });
-    measure("variables with names", number(3), number(3), [&files](std::size_t n) { runWide(files, n); });
+    measure(trial, "steps in each of eight instances at once, on eight threads", 200, number(1) / 100,
+            [&trial](std::size_t n) { runTogether(trial, n); });
+    measure(trial, "variables with names", number(3), number(3), [&trial](std::size_t n) { runWide(trial, n); });
 }

@@ -1,5 +1,6 @@
 // Calls an instance's functions in random order with random arguments, and a model of the call rules beside it: state,
-// status, outputs, messages and the solver's calls must be the same at every call.
+// status, outputs, messages and the solver's calls must be the same at every call, and the record's fields at each of
+// them.
 //
 //   random_caller CALLS [SEED]    prints the seed; with the same two numbers the same calls are made again
 #include <cmath>
@@ -11,12 +12,18 @@
 
 #include "tests/reliability/call_model.h"
 
-using namespace small_master;
-
 namespace {
 
 std::mt19937_64 generator;
 std::string current; ///< the call that is being made
+std::size_t folderLength = 0;
+Trial* trial = nullptr;
+const FmuInstance* called = nullptr; ///< the instance of the current call
+
+std::string fieldsOf(const FmuInstance& own) {
+    return textOf("state %u, time %g, stop time %d %g, end time %g, dirty %d, event %d", own.state, own.time,
+                  own.stopTimeDefined, own.stopTime, own.endTime, own.dirtyValues, own.newEventIteration);
+}
 
 std::size_t below(std::size_t end) { return static_cast<std::size_t>(generator() % end); }
 
@@ -85,13 +92,14 @@ struct Slot {
             for (const std::string& line : lines) all += "\n    " + line;
             return all;
         };
-        require(status == due && heard == model.due, "%s: status %d, due is %d;%s\ndue is%s", current.c_str(), status,
-                due, text(heard).c_str(), text(model.due).c_str());
+        std::vector<std::string> events = trial->master.takeEvents();
         if (model.alive) {
-            const unsigned state = *reinterpret_cast<unsigned*>(static_cast<char*>(handle) + 184);
-            require(state == model.state, "%s: state %u, due is %u", current.c_str(), state, model.state);
+            events.push_back(fieldsOf(*called));
+            model.due.push_back(model.fields());
         }
-        heard.clear(), model.due.clear();
+        require(status == due && events == model.due, "%s: status %d, due is %d;%s\ndue is%s", current.c_str(), status,
+                due, text(events).c_str(), text(model.due).c_str());
+        model.due.clear();
     }
 };
 
@@ -147,7 +155,6 @@ void queryStatus(Slot& slot, fmi2Status (*function)(fmi2Component, fmi2StatusKin
     if constexpr (!std::is_pointer_v<Value>) require(same(double(value[0]), answer), "%s: another answer", name);
 }
 
-std::size_t folderLength = 0;
 constexpr int noKind = -1000;
 
 struct Function {
@@ -199,7 +206,7 @@ const std::map<std::string, Function> functions{
       [](Slot& s) {
           const int tolerated = anyInteger(), stops = anyInteger();
           const double tolerance = anyReal(), start = oneIn(2) ? 0 : anyReal(), stop = anyReal();
-          const int due = s.model.setupExperiment(tolerated, tolerance, start, stop);
+          const int due = s.model.setupExperiment(tolerated, tolerance, start, stops, stop);
           s.requireSame(fmi2SetupExperiment(s.handle, tolerated, tolerance, start, stops, stop), due);
       }}},
     PLAIN(fmi2EnterInitializationMode, 2, s.model.enterInitializationMode(folderLength)),
@@ -247,24 +254,26 @@ const std::map<std::string, Function> functions{
 
 /// Gives the solver something to report or to throw, mostly nothing.
 void scriptSolver() {
-    for (const std::size_t entry : {0U, 1U, 2U, 3U}) {
-        solver.report[entry] = oneIn(30) ? 8 + static_cast<int>(below(9)) : 0;
-        solver.raise[entry] = oneIn(60) ? static_cast<int>(below(4)) : 0;
+    trial->solver.behave();
+    for (Behaviour& behaviour : trial->solver.behaviours) {
+        if (oneIn(30)) behaviour.report(static_cast<int>(below(9)) - 2, "100%s of it\n");
+        if (oneIn(60)) behaviour.raise(static_cast<Thrown>(below(4)));
     }
 }
 
 using Slots = std::vector<std::optional<Slot>>;
 
-void instantiate(const FmuFiles& files, Slots& slots, std::optional<Slot>& slot) {
+void instantiate(Slots& slots, std::optional<Slot>& slot) {
     current += "fmi2Instantiate";
     const auto type = static_cast<fmi2Type>(below(4) != 0);
     const int logging = oneIn(3) ? 0 : anyInteger();
     const fmi2Component handle =
-        fmi2Instantiate("unit", type, "{guid}", files.location.c_str(), &callbacks, anyInteger(), logging);
-    require(handle != nullptr && heard.empty(), "%s: null, or a message", current.c_str());
+        fmi2Instantiate("unit", type, "{guid}", trial->files.location.c_str(), &trial->master.callbacks, 0, logging);
+    require(handle != nullptr && trial->master.takeEvents().empty(), "%s: null, or a message", current.c_str());
     for (auto& other : slots)
         if (other && other->handle == handle) other.reset(); // released, and its address in use again
-    slot.emplace(Slot{handle, CallModel(type, logging)});
+    trial->master.takeMemoryCalls();                         // nobody asks for them
+    slot.emplace(Slot{handle, CallModel(trial->solver, type, logging)});
 }
 
 /// A function that the state allows, now and then another one; the end of a run is kept off a while.
@@ -283,6 +292,7 @@ void callOnce(std::optional<Slot>& slot) {
     const auto& [name, function] = anyFunction(slot->model);
     current += name;
     const bool wasAlive = slot->model.alive;
+    called = static_cast<FmuInstance*>(slot->handle);
     scriptSolver();
     function.call(*slot);
     if (wasAlive && !slot->model.alive && name == "fmi2FreeInstance") slot.reset(); // not called any more
@@ -298,28 +308,35 @@ int main(int count, char** arguments) {
     std::fflush(stdout);
     generator.seed(seed);
 
-    const FmuFiles files;
-    enterInstallation(files);
-    writeFile(files.resources / "Model.xml", "there, so that no translator is run");
-    folderLength = files.location.size(), recording = true;
-    const std::size_t nDescriptors = countDescriptors();
-    const fs::path directory = fs::current_path();
+    Trial own;
+    trial = &own;
+    trial->master.recording = true;
+    trial->master.whenLogged = [](const std::string&) { trial->master.note(fieldsOf(*called)); };
+    trial->solver.record = [](const std::string& call) {
+        trial->master.note(call);
+        trial->master.note(fieldsOf(*called));
+    };
+    writeFile(trial->files.resources / "Model.xml", "there, so that no translator is run");
+    folderLength = trial->files.location.size();
     std::map<unsigned, std::size_t> nByState;
     Slots slots(3);
     for (std::size_t n = 1; n <= nCalls; ++n) {
         auto& slot = slots[below(slots.size())];
         current = "call " + std::to_string(n) + ", ";
         if (!slot || (!slot->model.alive && oneIn(20))) {
-            instantiate(files, slots, slot);
+            instantiate(slots, slot);
         } else {
             ++nByState[slot->model.alive ? slot->model.state : 0];
             callOnce(slot);
         }
     }
-    solver = {solver.record, {}, {}};
-    for (auto& slot : slots)
-        if (slot && slot->model.alive) fmi2FreeInstance(slot->handle);
-    requireNothingLeft(nDescriptors, directory);
+    trial->solver.behave();
+    for (auto& slot : slots) {
+        if (!slot || !slot->model.alive) continue;
+        called = static_cast<FmuInstance*>(slot->handle);
+        fmi2FreeInstance(slot->handle);
+    }
+    trial->requireNothingLeft();
     std::printf("agreed in all; calls by state (0: released):");
     for (const auto& [state, nInState] : nByState) std::printf(" %u: %zu", state, nInState);
     std::printf("\n");

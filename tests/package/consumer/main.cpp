@@ -7,6 +7,9 @@
 #include <string>
 
 #include "fmi/fmi2.h"
+#include "resources/location_prefix.h"
+#include "resources/model_generation.h"
+#include "resources/parameter_files.h"
 #include "util/numbers.h"
 #include "util/paths.h"
 #include "util/text.h"
@@ -35,14 +38,24 @@ void checkUtilities() {
     require(std::fabs(fstrtod("1234567891234", nullptr) - 1234567890000.0) < 0.5, "fstrtod");
 }
 
+void checkResources(const std::string& resources) {
+    FmuParRecord ports;
+    require(fread_par((resources + "/fmu2ts.par").c_str(), &ports) == 1 && ports.nReal == 7, "fread_par");
+    char* path = nullptr;
+    ConvertFmuLocationToPath(("file://" + resources).c_str(), &path);
+    require(take(path) == resources, "ConvertFmuLocationToPath");
+    require(fmu_generate_xml(resources.c_str(), nullptr) == -1, "fmu_generate_xml");
+}
+
 /// Steps the FMU under a force that is held over each step, and beside it the exact motion.
-void checkMotion(const std::string& location) {
-    constexpr double step = 0.01, mass = 2, stiffness = 50;
-    constexpr fmi2ValueReference input = 0, outputs[] = {1, 2, 3};
+void checkMotion(const std::string& location, double mass) {
+    constexpr double step = 0.01, stiffness = 50;
+    constexpr fmi2ValueReference input = 0, outputs[] = {1, 2, 3}, parameter = 4;
     const double w = std::sqrt(stiffness / mass);
     const fmi2CallbackFunctions callbacks{receive, std::calloc, std::free, nullptr, nullptr};
     fmi2Component fmu =
         fmi2Instantiate("oscillator", fmi2CoSimulation, "any", location.c_str(), &callbacks, fmi2False, fmi2True);
+    require(fmi2SetReal(fmu, &parameter, 1, &mass) == fmi2OK, "setting the mass");
     require(fmi2EnterInitializationMode(fmu) == fmi2OK && fmi2ExitInitializationMode(fmu) == fmi2OK, "start");
 
     double x = 0.1, v = 0;
@@ -66,6 +79,9 @@ void checkMotion(const std::string& location) {
 } // namespace
 
 int main(int /*count*/, char** arguments) {
+    const std::string resources = std::string(arguments[1]) + "/resources";
     checkUtilities();
-    checkMotion("file://" + std::string(arguments[1]) + "/resources");
+    checkResources(resources);
+    for (const double mass : {2.0, 3.0}) // the second run isn't to find the first one's model file
+        checkMotion("file://" + resources, mass);
 }

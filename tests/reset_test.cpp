@@ -1,0 +1,91 @@
+// The next run after a reset: it starts from the model's own values, but for those that are set again.
+#include "tests/tools/fmu_test.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+class Reset : public FmuTest {
+protected:
+    /// Resets, and ends the former run, which would go on.
+    void resetAndEndTheRun() {
+        solver.during(Entry::deposit).raise(Thrown::number);
+        terminate();
+        solver.behave();
+        EXPECT_EQ(record().plant, nullptr);
+        EXPECT_EQ(fmi2Reset(instance), fmi2OK);
+    }
+
+    /// Starts a solver that removes the model file; the lines that its translator received.
+    std::string linesOfAStart() {
+        solver.during(Entry::start).run([&](void*, TScicosAccessAPI2&) { fs::remove(files.resources / "Model.xml"); });
+        EXPECT_EQ(enterInitialization(), fmi2OK);
+        return contentOf(files.resources / "Model.csv");
+    }
+};
+
+} // namespace
+
+TEST_F(Reset, OnlyWhatIsSetAfterItReachesTheTranslator) {
+    instantiate();
+    setReals({0, 1}, {1, 2});
+    setIntegers({0, 1}, {3, 4});
+    setStrings({0, 1}, {"result", "a"});
+    EXPECT_EQ(linesOfAStart(), "r0, 1.000000\nr1, 2.000000\ni0, 3\ni1, 4\ns1, a\n");
+    exitInitialization();
+    setReals({2}, {5});
+    step(0, 1);
+    resetAndEndTheRun();
+    setReals({18, 1}, {0, 2});
+    setIntegers({1}, {-99999});
+    setBooleans({1}, {7});
+    setStrings({2, 1}, {"b", nullptr});
+    EXPECT_EQ(linesOfAStart(), "r1, 2.000000\nr18, 0.000000\nb1, 7\ns2, b\n");
+    exitInitialization();
+    resetAndEndTheRun();
+    EXPECT_EQ(linesOfAStart(), "");
+    EXPECT_EQ(record().resultFileName, files.location + "/result.mrf") << "strings are kept";
+    events();
+}
+
+TEST_F(Reset, CountsBeforeTheFirstStartAndNoteIsTakenUntilOneSucceeds) {
+    instantiate();
+    setReals({0, 1}, {1, 2});
+    EXPECT_EQ(fmi2Reset(instance), fmi2OK);
+    setReals({1}, {2});
+    fs::rename(files.resources / "Model.mdl", files.resources / "away");
+    EXPECT_EQ(enterInitialization(), fmi2Error);
+    setReals({2}, {3});
+    fs::rename(files.resources / "away", files.resources / "Model.mdl");
+    EXPECT_EQ(linesOfAStart(), "r1, 2.000000\nr2, 3.000000\n");
+}
+
+TEST_F(Reset, OfOneInstanceDoesNotConcernAnother) {
+    instantiate();
+    setReals({0}, {1});
+    fmi2Component other = instance;
+    ASSERT_NE(tryToInstantiate(), nullptr);
+    fmi2Reset(instance);
+    std::swap(instance, other);
+    setReals({1}, {2});
+    EXPECT_EQ(linesOfAStart(), "r0, 1.000000\nr1, 2.000000\n");
+    fmi2FreeInstance(other);
+    release();
+    ASSERT_NE(tryToInstantiate(), nullptr) << "at the address of one that was reset";
+    setReals({0}, {1});
+    EXPECT_EQ(linesOfAStart(), "r0, 1.000000\n");
+}
+
+TEST_F(Reset, RunsOfInstancesInOneFolderGetTheirOwnValues) {
+    instantiate();
+    setReals({0}, {1});
+    const fmi2Component first = instance;
+    ASSERT_NE(tryToInstantiate(), nullptr);
+    setReals({0}, {2});
+    EXPECT_EQ(linesOfAStart(), "r0, 2.000000\n");
+    release();
+    instance = first;
+    EXPECT_EQ(linesOfAStart(), "r0, 1.000000\n");
+    release();
+    EXPECT_THAT(events(), ElementsAre("start", "terminate at 0", "start", "terminate at 0"));
+}

@@ -1,0 +1,41 @@
+"""A bundled FMU where nothing is installed: tool_bundle_test.py PROGRAM MINIMAL_MASTER
+
+The master runs in a root folder with the C library, the C++ runtime and FMUs only. Exit code 77: that's impossible here.
+"""
+
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+PROGRAM, MASTER = (Path(argument).resolve() for argument in sys.argv[1:3])
+ENVIRONMENT = {"KORVAN_FMU_ROOT": "/", "PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
+PRESENT = r"(/\S*/(?:libc|libm|libstdc\+\+|libgcc_s|ld-linux-x86-64)\.so\.\d) \(0x"
+
+
+def main(folder: Path, root: Path) -> None:
+    subprocess.run([PROGRAM, "new", "Lonely"], cwd=folder, check=True)
+    for fmu, options in ("plain", []), ("whole", ["--bundle"]):
+        subprocess.run([PROGRAM, "pack", "Lonely.toml", *options], cwd=folder, check=True)
+        shutil.unpack_archive(folder / "Lonely.fmu", root / fmu, "zip")
+    shutil.copy(MASTER, root / "master")
+    for library in re.findall(PRESENT, subprocess.getoutput(f"ldd {root}/plain/binaries/linux64/Lonely.so")):
+        (root / library[1:]).parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy(library, root / library[1:])
+
+    def run(way: list[str], fmu: str) -> subprocess.CompletedProcess[str]:
+        command = [*way, root, "/master", f"/{fmu}/binaries/linux64/Lonely.so", f"file:///{fmu}/resources"]
+        return subprocess.run(command, env=ENVIRONMENT, capture_output=True, text=True)
+
+    # Without an FMU the master says that there is none, once it runs at all.
+    ways = [way for way in (["chroot"], ["unshare", "-r", "chroot"]) if "/nowhere/" in run(way, "nowhere").stderr]
+    plain, whole = (run(ways[0], fmu) for fmu in ("plain", "whole")) if ways else sys.exit(77)
+    if plain.returncode != 1 or "libxml2" not in plain.stderr or whole.returncode != 0:
+        sys.exit(f"The first should fail for its libraries, the second run:\n{plain}\n{whole}")
+
+
+if __name__ == "__main__":
+    with tempfile.TemporaryDirectory() as name:
+        main(Path(name), Path(name) / "root")

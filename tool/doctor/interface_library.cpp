@@ -1,0 +1,117 @@
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <dlfcn.h>
+#include <fmt/ranges.h>
+
+#include "fmi/instance/installation.h"
+#include "tool/doctor/examinations.h"
+#include "tool/doctor/loading.h"
+#include "tool/fmu/dependencies.h"
+#include "tool/fmu/shared_object.h"
+#include "tool/os/files.h"
+#include "tool/os/user_error.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::array entryPoints{"blkStart", "blkRequestPlantOutput", "blkDepositPlantInput", "blkTerminate"};
+constexpr std::array standardStreams{std::pair("_ZSt4cout", "std::cout"), std::pair("_ZSt4cerr", "std::cerr"),
+                                     std::pair("_ZSt4clog", "std::clog"), std::pair("_ZSt3cin", "std::cin")};
+
+/// Where in the installation a library is that the loader does not find, as advice.
+std::string adviceFor(const std::vector<std::string>& missing, const SolverInstallation& installation) {
+    for (const fs::path& folder : {installation.commonFolder, installation.interfaceLibrary.parent_path()})
+        for (const std::string& name : missing)
+            if (!folder.empty() && isRegularFile(folder / name))
+                return fmt::format("{} is in {}: put this folder into LD_LIBRARY_PATH before the master starts. The "
+                                   "loader does not look into NUSOL_DLL_DIR and KELDEX_PATH.",
+                                   name, folder.string());
+    return "Install what is missing, or name its folder in LD_LIBRARY_PATH before the master starts.";
+}
+
+/// False with a finding when the library does not load as the FMU loads it.
+bool examineLoading(const SolverInstallation& installation, const Place& place, Report& report) {
+    const fs::path& file = installation.interfaceLibrary;
+    const std::string refusal = loadingRefusal(file, RTLD_LAZY | RTLD_DEEPBIND);
+    if (refusal.empty()) return true;
+
+    const std::vector<std::string> missing = missingDependencies(file);
+    if (missing.empty())
+        report.add("library-load", place, "The library does not load: {}.", refusal);
+    else
+        report.add("library-dependency", place, "The library needs {}, not found here.", fmt::join(missing, ", "))
+            .why(fmt::format("It does not load: {}.", printable(refusal)))
+            .fix(adviceFor(missing, installation));
+    return false;
+}
+
+/// Functions that nobody defines show at their first call only, as the FMU loads the library.
+void examineUndefined(const fs::path& file, const Place& place, Report& report) {
+    const std::string refusal = loadingRefusal(file, RTLD_NOW | RTLD_DEEPBIND);
+    if (!refusal.empty())
+        report.add("library-undefined", place, "The library loads, but not all of its functions are there: {}.",
+                   refusal);
+}
+
+bool examineEntryPoints(const SharedObject& library, const Place& place, Report& report) {
+    bool isComplete = true;
+    for (const std::string name : entryPoints) {
+        if (library.functions.contains(name)) continue;
+        isComplete = false;
+        const std::string mangled = fmt::format("_Z{}{}", name.size(), name);
+        const bool isMangled = std::ranges::any_of(
+            library.functions, [&](const std::string& function) { return function.starts_with(mangled); });
+        if (isMangled)
+            report.add("entry-point-missing", place, "The library has {} under a C++ name only.", name);
+        else
+            report.add("entry-point-missing", place, "The library has no function {}.", name);
+    }
+    return isComplete;
+}
+
+void examineStreams(const SharedObject& library, const Place& place, Report& report) {
+    for (const auto& [symbol, name] : standardStreams)
+        if (library.imports.contains(symbol)) report.add("library-streams", place, "The library uses {}.", name);
+}
+
+void reportMissingLibrary(const SolverInstallation& installation, const Place& place, Report& report) {
+    const fs::path own = installation.root / installation::solverDirectory / installation.interfaceLibrary.filename();
+    Report::Added added = report.add("interface-library-missing", place, "The interface library does not exist.");
+    if (isRegularFile(own)) added.fix("The installation has one: unset NUSOL_DLL_DIR.");
+}
+
+} // namespace
+
+bool examineInterfaceLibrary(const SolverInstallation& installation, Report& report) {
+    const fs::path& file = installation.interfaceLibrary;
+    const Place place{file.string()};
+    if (!isRegularFile(file)) {
+        reportMissingLibrary(installation, place, report);
+        return false;
+    }
+    try {
+        const SharedObject library = readSharedObject(file);
+        const bool isComplete = examineEntryPoints(library, place, report);
+        if (!examineLoading(installation, place, report)) return false;
+        examineUndefined(file, place, report);
+        examineStreams(library, place, report);
+        if (isComplete)
+            report.note("interface library",
+                        fmt::format("{}\n{}; loads, has its four functions", file.string(), installation.solverOrigin));
+        return isComplete;
+    } catch (const UserError& error) {
+        report.add("library-unusable", place, "{}", error.what())
+            .why("The FMU cannot load it.")
+            .fix("Install the solver's library for 64-bit Linux.");
+        return false;
+    }
+}
+
+} // namespace tool

@@ -1,0 +1,112 @@
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "fmi/instance/fmu_instance.h"
+#include "tool/doctor/examinations.h"
+#include "tool/fmu/location.h"
+#include "tool/fmu/names.h"
+#include "tool/os/files.h"
+#include "tool/os/temporary_folder.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view longestFile = "/fmu2ts.par";
+
+/// A form in which masters pass on the location.
+struct Form {
+    std::string_view masters;
+    std::string location;
+};
+
+bool leadsTo(const std::string& location, const fs::path& folder) {
+    return fs::path(pathFromLocation(location) + "/").lexically_normal() ==
+           fs::path(folder.string() + "/").lexically_normal();
+}
+
+void examineModelWriting(const Fmu& fmu, Report& report) {
+    if (fmu.tree.isArchive() || fmu.hasModelFile() || !fmu.hasTemplate()) return;
+    const std::string values = resourcesFolder + "/" + fmu.modelName() + ".csv";
+    if (!isWritable(fmu.resources()))
+        report.add("resources-not-writable", {resourcesFolder},
+                   "This folder cannot be written by the user who runs this.");
+    else if (isRegularFile(fmu.root() / values) && !isWritable(fmu.root() / values))
+        report.add("resources-not-writable", {values}, "This file cannot be written by the user who runs this.");
+}
+
+/// Where the result file will be; empty: among the resources.
+fs::path resultPath(const Fmu& fmu) {
+    const std::string name(fmu.shape.resultFile.value_or(""));
+    return isAmongResources(name) ? "" : pathFromLocation(name);
+}
+
+void examineResultWriting(const fs::path& folder, const fs::path& result, Report& report) {
+    if (isWritable(folder)) return;
+    Report::Added added =
+        report.add("result-not-writable", {}, "No result file can be written in {}.", folder.string());
+    const bool isExpandable = result.string().starts_with('~') || result.string().find('$') != std::string::npos;
+    if (isExpandable)
+        added.fix("~ and $VARIABLES are not expanded here: write the path in full.");
+    else if (!result.empty() && !result.lexically_normal().has_parent_path())
+        added.fix("Start the master in another working directory.");
+}
+
+} // namespace
+
+bool examineLocation(const fs::path& resources, Report& report) {
+    const std::array forms{Form{"FMPy, FMUComplianceChecker, libcosim and PyFMI", encodedLocation(resources)},
+                           Form{"fmusim", encodedLocation(resources) + "/"},
+                           Form{"ecos and OMSimulator", "file:///" + resources.string()}};
+    const std::size_t longest =
+        std::ranges::max(forms, {}, [](const Form& form) { return form.location.size(); }).location.size();
+    if (std::max(longest, resources.string().size() + longestFile.size()) >= pathBufferSize) {
+        report.add("location-too-long", {},
+                   "The path of the resources, {} bytes long, is too long for some or all masters.",
+                   resources.string().size());
+        return false;
+    }
+    bool allLead = true;
+    for (const auto& [masters, location] : forms) {
+        if (leadsTo(location, resources)) continue;
+        allLead = false;
+        report.add("location-characters", {},
+                   "{} pass the resources' location on as {}, which the library does not understand.", masters,
+                   inQuotes(location));
+    }
+    return allLead;
+}
+
+bool examineTemporaryFolder(Report& report) {
+    const fs::path folder = temporaryParent();
+    if (!isFolder(folder) || !isWritable(folder)) {
+        report.add("temporary-folder", {}, "{} is not a folder in which files can be made.", inQuotes(folder.string()));
+        return false;
+    }
+    if (examineLocation(folder / "unpacked/resources", report))
+        report.note("unpacked to", folder.string() + " (most masters); this path works with all of them");
+    return true;
+}
+
+void examineWriting(const Fmu& fmu, Report& report) {
+    examineModelWriting(fmu, report);
+    if (!fmu.shape.resultFile) return;
+
+    const fs::path result = resultPath(fmu);
+    std::error_code ignored;
+    const fs::path folder =
+        result.empty() ? fmu.resources() : (fs::current_path(ignored) / result).lexically_normal().parent_path();
+    if (result.empty())
+        report.note("result file", "among the FMU's resources");
+    else if (result.is_absolute())
+        report.note("result file", result.string());
+    else
+        report.note("result file", fmt::format("{}, in the master's working directory; here it would be {}",
+                                               result.string(), folder.string()));
+    examineResultWriting(folder, result, report);
+}
+
+} // namespace tool

@@ -1,0 +1,61 @@
+// How the process in which the solver is driven reports what it sees: a line per call and fact, written at once, so
+// that nothing is lost when the solver ends the process.
+#pragma once
+
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/findings/rules.h"
+
+namespace tool {
+
+/// The side of the child process. May be used by any thread.
+class SessionReport {
+public:
+    explicit SessionReport(int descriptor) : descriptor_(descriptor) {}
+
+    /// Says what is done now; an empty text ends it.
+    void begin(const std::string& action);
+
+    /// Reports a fact under a rule's name, once; of each rule a limited number.
+    void add(RuleName rule, const std::string& what);
+
+    /// Passes on what the solver says without it being a fault, as often as a fact.
+    void say(const std::string& message);
+
+    /// Says that a step was made.
+    void step();
+
+    /// Says that the session came to its end, whatever happened in it.
+    void end();
+
+private:
+    void writeOnce(std::string_view key, std::string_view rule, const std::string& text);
+    void write(std::string_view key, std::string_view rule, std::string_view text);
+
+    int descriptor_;
+    std::mutex mutex_;
+    std::set<std::string> told_;
+    std::multiset<std::string> rules_;
+};
+
+struct SessionFact {
+    RuleName rule;
+    std::string what;
+};
+
+/// What arrived of a report.
+struct SessionOutcome {
+    std::vector<SessionFact> facts;
+    std::vector<std::string> messages;
+    std::string unfinished; ///< the action that was begun and did not end; or empty
+    int steps = 0;          ///< that were made
+    bool ended = false;
+};
+
+SessionOutcome readReport(const std::string& report);
+
+} // namespace tool

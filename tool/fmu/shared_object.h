@@ -1,0 +1,33 @@
+// What a shared library's file says about itself. The file is only read: its code does not run.
+#pragma once
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+struct SharedObject {
+    std::vector<std::string> needed; ///< the libraries that it names, in order
+    bool hasSections = false;        ///< without a table of sections nothing of what follows is known
+    std::set<std::string> functions; ///< exported and defined
+    std::set<std::string> exports;   ///< the same with everything else: variables, also of threads, indirect functions
+    std::set<std::string> imports;   ///< functions and variables that others have to define; not the weak ones
+    std::string glibc;               ///< newest glibc version that a symbol asks for, such as "2.34"; or empty
+};
+
+/// Reads the file of a shared library for 64-bit Linux on x86-64. Throws UserError, which says what the file is
+/// instead.
+SharedObject readSharedObject(const std::filesystem::path& file);
+
+/// What a file is for a machine with 64-bit Linux on x86-64.
+enum class BinaryKind {
+    none,    ///< not an ELF file at all
+    foreign, ///< for another kind of machine, or damaged
+    native
+};
+
+BinaryKind binaryKindOf(const std::filesystem::path& file);
+
+} // namespace tool

@@ -1,0 +1,54 @@
+#include "tool/pack/bundle.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "tool/fmu/dependencies.h"
+#include "tool/os/child_process.h"
+#include "tool/os/files.h"
+#include "tool/os/temporary_folder.h"
+#include "tool/os/user_error.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What belongs to the machine that the FMU runs on: two of these in one process would be wrong.
+constexpr std::array<std::string_view, 12> systemLibraries{
+    "libc.so.6",    "libm.so.6",      "libdl.so.2",  "libpthread.so.0", "librt.so.1",    "libutil.so.1",
+    "libmvec.so.1", "libresolv.so.2", "libanl.so.1", "libstdc++.so.6",  "libgcc_s.so.1", "ld-linux-x86-64.so.2"};
+
+/// The file's content, changed so that the loader looks for what it needs beside it first.
+std::string lookingBesideItself(const fs::path& library, const fs::path& copy) {
+    fs::copy_file(library, copy, fs::copy_options::overwrite_existing);
+    fs::permissions(copy, fs::perms::owner_all);
+    const ChildResult patched = [&] {
+        try {
+            return runProgram({{"patchelf", "--set-rpath", "$ORIGIN", copy.string()}});
+        } catch (const UserError& error) {
+            fail("--bundle needs the program patchelf (Debian package patchelf): {}", error.what());
+        }
+    }();
+    if (patched.exitCode != 0) fail("patchelf cannot change {}: {}", library.string(), patched.output);
+    return readUserFile(copy);
+}
+
+} // namespace
+
+std::vector<ArchiveEntry> bundleLibraries(const fs::path& library, const std::string& fileName) {
+    const TemporaryFolder folder;
+    const fs::path copy = folder.path() / "library";
+    std::vector<ArchiveEntry> entries{{fileName, lookingBesideItself(library, copy), true}};
+    for (const Dependency& dependency : findDependencies(library)) {
+        if (std::ranges::find(systemLibraries, dependency.name) != systemLibraries.end()) continue;
+        if (dependency.path.empty())
+            fail("{} needs {}, which is not installed here.", library.string(), dependency.name);
+        entries.push_back({dependency.name, lookingBesideItself(dependency.path, copy), true});
+    }
+    return entries;
+}
+
+} // namespace tool
