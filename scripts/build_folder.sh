@@ -19,12 +19,12 @@ take_turns() {
 # (The virtual environments too, by setup.sh.)
 discard_moved() {
     local cache folder origin
-    for cache in "$root"/build/*/CMakeCache.txt; do
+    for cache in "$root"/build/{,*/}*/CMakeCache.txt; do
         folder=${cache%/*}
         [[ -f $cache ]] || continue
-        origin=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$cache")
-        [[ $origin -ef $root ]] && continue
-        echo "made anew, since it belongs to $origin: build/${folder##*/}"
+        origin=$(sed -n 's/^CMAKE_CACHEFILE_DIR:INTERNAL=//p' "$cache")
+        [[ $origin -ef $folder ]] && continue
+        echo "made anew, since it was in $origin: ${folder#"$root/"}"
         rm -rf "$folder"
     done
 }

@@ -11,16 +11,16 @@ namespace {
 
 /// Makes a healthy installation, "root", and the quarter car: packed as car.fmu, unpacked in the folder "car".
 const char* const makeWorld = R"(set -e
-cp -rs $INSTALLATION root
-$PROGRAM pack $DEMO/models/quarter_car/quarter_car.toml --output car.fmu > /dev/null
-$PYTHON -m zipfile -e car.fmu car
+cp -rs "$INSTALLATION" root
+"$PROGRAM" pack "$DEMO/models/quarter_car/quarter_car.toml" --output car.fmu > /dev/null
+"$PYTHON" -m zipfile -e car.fmu car
 )";
 const char* const enterWorld = R"(set -e
 export KORVAN_FMU_ROOT=$PWD/root
 unset NUSOL_DLL_DIR KELDEX_PATH
 TSCICOS=root/plsolvers/tessaro/bin/linux64/tscicos.so BATCH=io/translators/bin/linux64/fmu_batch
 FMU=car MODEL=car/resources/QuarterCar DESCRIPTIONS='car/modelDescription.xml car/resources/modelDescription.xml'
-misbehave() { ln -sf $MISBEHAVING $TSCICOS; export MISBEHAVIOUR="$1"; }
+misbehave() { ln -sf "$MISBEHAVING" $TSCICOS; export MISBEHAVIOUR="$1"; }
 )";
 
 /// Runs a shell script in a folder and gives what it prints.
@@ -37,8 +37,8 @@ std::string printedAfter(const std::string& script) {
     static const std::string made = printedBy(makeWorld, world.path);
     const Folder folder;
     fs::copy(world.path, folder.path, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-    return made +
-           printedBy(enterWorld + script + "\n$AS $PROGRAM doctor $OPTIONS $SOLVER ${FMU:+\"$FMU\"}\n", folder.path);
+    return made + printedBy(enterWorld + script + "\n$AS \"$PROGRAM\" doctor $OPTIONS $SOLVER ${FMU:+\"$FMU\"}\n",
+                            folder.path);
 }
 
 /// Severity and rule of each finding that isn't a note, and what it says when that is asked for.
@@ -72,7 +72,7 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"sed -i s/blkStart/blkStarT/ $TSCICOS", "error entry-point-missing"},
         {"sed -i s/libSimTKsimbody/libSimTKnobody_/ $TSCICOS", "error library-dependency"},
         {"misbehave; sed -i 's/\\x00raise\\x00/\\x00raisf\\x00/' $TSCICOS", "warning library-undefined"},
-        {"ln -sf $STREAMING $TSCICOS", "warning library-streams"},
+        {"ln -sf \"$STREAMING\" $TSCICOS", "warning library-streams"},
         {"misbehave 'crash when loaded'", "error library-load"},
         {"mkdir root/pldesktop; mv root/io root/pldesktop", ""},
         {"rm root/$BATCH", "error translator-missing"},
@@ -84,7 +84,7 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"rm root/$BATCH; printf '#!/bin/sh\r\n' > root/$BATCH; chmod +x root/$BATCH", "error translator-dependency"},
         {"rm car/modelDescription.xml car/resources/modelDescription.xml", "error description-missing"},
         {"rm car/modelDescription.xml", "warning description-copy-only"},
-        {"rm car/modelDescription.xml; cd car; $PYTHON -m zipfile -c ../rootless.fmu *; cd ..; FMU=rootless.fmu",
+        {"rm car/modelDescription.xml; cd car; \"$PYTHON\" -m zipfile -c ../rootless.fmu *; cd ..; FMU=rootless.fmu",
          "error description-missing"},
         {"echo '<' >> car/modelDescription.xml", "error xml-malformed"},
         {"sed -i '/modelName=/s/>/ author=\"\">/' $DESCRIPTIONS", "error model-name-scan"},
@@ -108,12 +108,12 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"export TMPDIR=$PWD/'\xc3\xbc'; mkdir \"$TMPDIR\"; FMU=car.fmu", "warning location-characters"},
         {"export TMPDIR=/none; FMU=car.fmu", "error temporary-folder"},
         {"d=$(printf %0200d 0); FMU=$d/$d/$d/$d/$d/car; mkdir -p $FMU; cp -r car/* $FMU", "error location-too-long"},
-        {"[ $(id -u) != 0 ] || AS='setpriv --reuid 65534 --clear-groups'; trap 'chmod 755 . car/resources' EXIT\n"
+        {"AS='setpriv --bounding-set -dac_override,-dac_read_search'; trap 'chmod 755 . car/resources' EXIT\n"
          "chmod 555 . car/resources",
          "warning result-not-writable, error resources-not-writable"},
         {"SOLVER=--solver; sed -i s/mechanism/machine/ $MODEL.mdl", "error model-not-made"},
-        {"cp -rL $DEMO/models/quarter_car model; sed -i '/^..output/aderivatives = 0' model/quarter_car.toml\n"
-         "$PROGRAM pack model/quarter_car.toml -o plain.fmu > packed; FMU=plain.fmu SOLVER=--solver\n"
+        {"cp -rL \"$DEMO/models/quarter_car\" model; sed -i '/^..output/aderivatives = 0' model/quarter_car.toml\n"
+         "\"$PROGRAM\" pack model/quarter_car.toml -o plain.fmu > packed; FMU=plain.fmu SOLVER=--solver\n"
          "misbehave 'no derivatives'",
          ""},
         {"SOLVER=--solver; sed -i 17s/[0-9]*$/100/ car/resources/fmu2ts.par", "error port-range"},
@@ -190,7 +190,7 @@ TEST(Doctor, SaysWhatHelpsAndWhatItSaw) {
 
 TEST(Doctor, LeavesNothingBehindWhenItIsEnded) {
     EXPECT_EQ(printedAfter("misbehave hang; mkdir t; export TMPDIR=$PWD/t\n"
-                           "$PROGRAM doctor --solver --time-limit 1000 car.fmu > /dev/null & until ls -d "
+                           "\"$PROGRAM\" doctor --solver --time-limit 1000 car.fmu > /dev/null & until ls -d "
                            "t/*/resources/*.xml; do sleep 0.1; "
                            "done > /dev/null 2>&1\nkill $!; wait $! 2> /dev/null || echo $?; ls t; exit"),
               "143\n");

@@ -1,9 +1,13 @@
-// Owners for environment variables and the working directory.
+// Owners for environment variables, the working directory, permissions.
 #pragma once
 
 #include <cstdlib>
 #include <optional>
 #include <string>
+
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "tests/support.h"
 
@@ -37,3 +41,22 @@ struct WorkingDirectory {
 
     const fs::path former = fs::current_path();
 };
+
+/// Calls a function for which files and folders have their owner's permissions, although the process may be root's.
+template <typename Function>
+auto withOwnersPermissions(Function function) {
+    struct Permissions {
+        Permissions() {
+            syscall(SYS_capget, &thread, former);
+            __user_cap_data_struct without[] = {former[0], former[1]};
+            without[0].effective &= ~(1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH);
+            syscall(SYS_capset, &thread, without);
+        }
+        ~Permissions() { syscall(SYS_capset, &thread, former); }
+
+        __user_cap_header_struct thread{_LINUX_CAPABILITY_VERSION_3, 0};
+        __user_cap_data_struct former[_LINUX_CAPABILITY_U32S_3];
+    };
+    const Permissions permissions;
+    return function();
+}
