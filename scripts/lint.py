@@ -1,6 +1,6 @@
 """Clang's view of the sources: clang-tidy for the library and the program, Clang's warnings for everything else.
 
-    lint.py BUILD_FOLDER    a folder configured with Clang, for its compile commands
+    scripts/lint.py BUILD_FOLDER    a folder configured with Clang, for its compile commands
 
 Most of the time would go into the same headers again and again, so the files of a folder are looked at together, as one
 unit that includes them all. Those that don't compile together, such as two with a helper of the same name, go into
