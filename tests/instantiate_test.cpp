@@ -101,15 +101,6 @@ TEST_F(Instantiate, TheRecordHoldsWhatTheParameterFilesSay) {
     EXPECT_THAT(record().logCategories, Each(0));
 }
 
-TEST_F(Instantiate, ValuesAreMarkedAsNeverSet) {
-    instantiate();
-    record().state = stateStepComplete;
-    EXPECT_THAT(reals({0, 18}), Each(-99999.0));
-    EXPECT_THAT(integers({0, 1}), Each(-99999));
-    EXPECT_THAT(booleans({0, 1}), Each(-99999));
-    EXPECT_THAT(strings({0, 1, 2}), Each(IsNull()));
-}
-
 TEST_F(Instantiate, AllMemoryIsTheMastersInTheOrderAndSizeItKnows) {
     instantiate();
     const std::string model = std::to_string(files.location.size() + 50 + 9) + " x 1",
@@ -129,19 +120,6 @@ TEST_F(Instantiate, AnFmuOfNothingNeedsNoArraysAndHasEmptyNames) {
                             "allocate 1 x 1", "allocate 1 x 1", "allocate 1 x 1"));
     for (const char* name : {record().modelFilePath, record().subdllFilePath, record().ipAddress})
         EXPECT_STREQ(name, "");
-}
-
-TEST_F(Instantiate, PortsBeginAtTheirOffsetsAndTheDerivativesFollowTheValues) {
-    instantiate();
-    const auto indices = [this](double** addresses) {
-        return std::vector{addresses[0] - record().realValues, addresses[1] - record().realValues};
-    };
-    EXPECT_THAT(std::vector(record().inputPortSize, record().inputPortSize + 2), ElementsAre(2, 1));
-    EXPECT_THAT(std::vector(record().outputPortSize, record().outputPortSize + 2), ElementsAre(2, 3));
-    EXPECT_THAT(indices(record().inputPortValues), ElementsAre(0, 2));
-    EXPECT_THAT(indices(record().outputPortValues), ElementsAre(3, 9));
-    EXPECT_THAT(indices(record().outputPortDots), ElementsAre(5, 12));
-    EXPECT_THAT(indices(record().outputPortDotDots), ElementsAre(7, 15));
 }
 
 TEST_F(Instantiate, AFailingAllocationIsReported) {

@@ -26,10 +26,6 @@ protected:
     std::string callOf(const fs::path& translator) const {
         return translator.string() + "|Model.mdl|Model.csv|" + files.resources.string() + "\n";
     }
-    static std::string failed(const std::string& text) { return setUpError("fmi2EnterInitializationMode: " + text); }
-
-    const std::string notGenerated = failed("xml model not generated with fmu_batch call, wrong Environment variable "
-                                            "KORVAN_FMU_ROOT defined?");
 };
 
 } // namespace
@@ -110,7 +106,7 @@ TEST_F(ModelGeneration, TheNamesAreReadAgainWhenAnEarlierGenerationHasUsedThem) 
     EXPECT_EQ(events().size(), 2U) << "a warning for each variable without a name";
     writeFile(files.resources / "mv.par", "-1\n");
     EXPECT_EQ(lines(), "failed");
-    EXPECT_THAT(events(), ElementsAre(failed("Unable to read parameter file [mv.par]: illegal number of names.")));
+    EXPECT_THAT(events(), ElementsAre(startError("Unable to read parameter file [mv.par]: illegal number of names.")));
 }
 
 TEST_F(ModelGeneration, NamesStayWhereNoneAreReadOrNoModelIsDescribed) {
@@ -196,7 +192,7 @@ TEST_F(ModelGeneration, AValueFileThatCannotBeWrittenIsReportedAndNothingIsRun) 
         fs::create_symlink(target, valueFile);
         EXPECT_EQ(enterInitialization(), fmi2Error);
         EXPECT_THAT(events(),
-                    ElementsAre(failed("Unable to write value file [Model.csv]: " + std::string(reason) + ".")));
+                    ElementsAre(startError("Unable to write value file [Model.csv]: " + std::string(reason) + ".")));
         EXPECT_THAT(files.added(), ElementsAre("Model.csv"));
         release();
     }
@@ -211,7 +207,7 @@ TEST_F(ModelGeneration, WhatCannotBeOpenedForLackOfDescriptorsIsNotTakenForMissi
         limitDescriptors(count);
         EXPECT_EQ(enterInitialization(), fmi2Error);
         limitDescriptors(900);
-        EXPECT_THAT(events(), ElementsAre(failed(reasons[count])));
+        EXPECT_THAT(events(), ElementsAre(startError(reasons[count])));
         release();
     }
     files.make();
@@ -232,7 +228,7 @@ TEST_F(ModelGeneration, ResourcesThatMayOnlyBeReadServeAModelFileThatIsThere) {
         EXPECT_EQ(result, there ? fmi2OK : fmi2Error);
         release();
     }
-    EXPECT_THAT(events(), ElementsAre(failed("Unable to write value file [Model.csv]: Permission denied.")));
+    EXPECT_THAT(events(), ElementsAre(startError("Unable to write value file [Model.csv]: Permission denied.")));
 }
 
 TEST_F(ModelGeneration, TheLatestLocationHoldsForEveryInstance) {
@@ -240,7 +236,7 @@ TEST_F(ModelGeneration, TheLatestLocationHoldsForEveryInstance) {
     EXPECT_EQ(fmi2Instantiate("unit", type, "", "file:///nowhere", &master.callbacks, 0, 1), nullptr);
     EXPECT_EQ(enterInitialization(), fmi2Error);
     EXPECT_THAT(events(), ElementsAre(setUpError("fmi2Instantiate: Missing GUID."),
-                                      failed("Unable to read [/nowhere: No such file or directory].")));
+                                      startError("Unable to read [/nowhere: No such file or directory].")));
 }
 
 TEST_F(ModelGeneration, AModelNameGoesToTheTranslatorAsTheShellReadsItUnlessItWouldRunSomething) {
@@ -269,7 +265,7 @@ TEST_F(ModelGeneration, AModelNameGoesToTheTranslatorAsTheShellReadsItUnlessItWo
         "or redirect something: [";
     for (const char* name : {"$(touch evil)", "`touch evil`", "a;touch evil", "a>evil"}) {
         EXPECT_EQ(callWith(name), std::pair(false, std::string()));
-        EXPECT_THAT(events(), ElementsAre(failed(runs + name + ".xml].")));
+        EXPECT_THAT(events(), ElementsAre(startError(runs + name + ".xml].")));
     }
     EXPECT_FALSE(fs::exists(files.resources / "evil"));
 }
@@ -290,9 +286,10 @@ TEST_F(ModelGeneration, AFailedTranslationSaysWhatTheShellMakesOfTheModelName) {
         EXPECT_EQ(generate(), fmi2Error);
         const std::string call = files.translator.string() + "|" + first + ".mdl|" + second + ".csv|";
         EXPECT_EQ(inResources("called"), call + files.resources.string() + "\n");
-        EXPECT_THAT(events(), ElementsAre(notGenerated, failed("modelName in modelDescription.xml is not quoted in the "
-                                                               "translator's command, and " +
-                                                               std::string(effect) + ": [" + name + ".xml].")));
+        EXPECT_THAT(events(),
+                    ElementsAre(notGenerated, startError("modelName in modelDescription.xml is not quoted in the "
+                                                         "translator's command, and " +
+                                                         std::string(effect) + ": [" + name + ".xml].")));
         release();
     }
 }
@@ -310,9 +307,9 @@ TEST_F(ModelGeneration, FoldersOfAnyNameWorkUnlessTheShellWouldReadAnother) {
         root.set(moved);
         EXPECT_EQ(generate(), works ? fmi2OK : fmi2Error);
         EXPECT_EQ(files.added().size(), works ? 3U : 1U);
-        const std::string message = failed("Environment variable KORVAN_FMU_ROOT must not contain a double quote, "
-                                           "dollar sign, backquote, double backslash or line feed: [" +
-                                           moved.string() + "].");
+        const std::string message = startError("Environment variable KORVAN_FMU_ROOT must not contain a double quote, "
+                                               "dollar sign, backquote, double backslash or line feed: [" +
+                                               moved.string() + "].");
         EXPECT_EQ(events(), works ? std::vector<std::string>() : std::vector{message});
         release();
     }

@@ -20,6 +20,11 @@ inline std::string trace(const std::string& text) { return message(fmi2OK, "logF
 inline std::string refusal(const std::string& text) { return message(fmi2Error, "logError", text); }
 inline std::string setUpError(const std::string& text) { return message(fmi2Error, "error", text); }
 
+/// What an initialization says that fails, and one whose translator makes no model file.
+inline std::string startError(const std::string& text) { return setUpError("fmi2EnterInitializationMode: " + text); }
+inline const std::string notGenerated = startError("xml model not generated with fmu_batch call, wrong Environment "
+                                                   "variable KORVAN_FMU_ROOT defined?");
+
 using References = std::vector<fmi2ValueReference>;
 
 /// The fixture. The test fails when at its end a message was not asked for by `events`, or something is left over.
