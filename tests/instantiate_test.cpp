@@ -6,7 +6,6 @@
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::IsNull;
 
 namespace {
 
