@@ -1,7 +1,6 @@
 // Instances of one library on eight threads. A program of its own, which the preset "thread" runs with ThreadSanitizer.
 #include <atomic>
 #include <barrier>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -14,9 +13,7 @@
 #include "fmi/instance/fmu_instance.h"
 #include "resources/model_generation.h"
 #include "resources/parameter_files.h"
-#include "tests/tools/environment.h"
-#include "tests/tools/fmu_files.h"
-#include "tests/tools/scripted_solver.h"
+#include "tests/tools/test_bed.h"
 
 // Takes the place of the C library's: the sanitizers refuse RTLD_DEEPBIND.
 extern "C" [[gnu::visibility("default")]] void* dlopen(const char* file, int mode) noexcept {
@@ -49,18 +46,16 @@ const fmi2CallbackFunctions callbacks{take, std::calloc, std::free, nullptr, nul
 /// What the solver of the start on this thread found in the value file.
 thread_local std::string startedWith;
 
-class Threads : public testing::Test {
+class Threads : public testing::Test, protected TestBed {
 protected:
     Threads() {
+        commonDirectory.set("/elsewhere");
         files.make();
         solver.record = [](const std::string&) {};
         solver.during(Entry::start).run([this](void*, TScicosAccessAPI2&) {
             startedWith = contentOf(files.resources / "Model.csv");
             fs::remove(files.resources / "Model.xml");
         });
-        std::ostringstream address;
-        address << &solver;
-        script.set(address.str());
     }
 
     /// Ends the program, since the other threads would wait for ever.
@@ -100,12 +95,6 @@ protected:
         for (int i = 0; i < nThreads; ++i) threads.emplace_back([&work, i] { work(i); });
         for (std::thread& thread : threads) thread.join();
     }
-
-    const WorkingDirectory directory;
-    const FmuFiles files;
-    SolverScript solver;
-    const EnvironmentVariable script{scriptVariable}, root{"KORVAN_FMU_ROOT", files.root},
-        solverDirectory{"NUSOL_DLL_DIR"}, commonDirectory{"KELDEX_PATH", "/elsewhere"};
 };
 
 } // namespace
@@ -118,7 +107,7 @@ TEST_F(Threads, InstancesInOneFolderLiveAtOnceAndGetTheirOwnValues) {
         if (half == 0) phaseEnd.arrive_and_wait();
     });
     EXPECT_EQ(nErrors, 0);
-    EXPECT_EQ(fs::current_path(), directory.former);
+    EXPECT_EQ(fs::current_path(), directory);
 }
 
 TEST_F(Threads, ModelFilesOfSeveralFoldersAreGeneratedAtOnce) {

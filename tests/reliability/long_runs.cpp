@@ -2,7 +2,6 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <thread>
 
 #include <malloc.h>
 
@@ -80,19 +79,6 @@ void runWide(Trial& trial, std::size_t nVariables) {
     finish(c);
 }
 
-/// Instances that live together, each stepped on a thread of its own and with inputs of its own.
-void runTogether(Trial& trial, std::size_t nSteps) {
-    std::vector<fmi2Component> instances;
-    for (int i = 0; i < 8; ++i) instances.push_back(start(trial));
-    std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < instances.size(); ++i)
-        threads.emplace_back([c = instances[i], i, nSteps] {
-            for (std::size_t n = 0; n < nSteps; ++n) step(c, 1000 * i + n);
-        });
-    for (std::thread& thread : threads) thread.join();
-    for (fmi2Component c : instances) finish(c);
-}
-
 } // namespace
 
 int main(int count, char** arguments) {
@@ -128,7 +114,5 @@ int main(int count, char** arguments) {
         }
         finish(c);
     });
-    measure(trial, "steps in each of eight instances at once, on eight threads", 200, number(1) / 100,
-            [&trial](std::size_t n) { runTogether(trial, n); });
     measure(trial, "variables with names", number(3), number(3), [&trial](std::size_t n) { runWide(trial, n); });
 }
