@@ -57,8 +57,3 @@ TEST(DynamicLibrary, AMissingFunctionIsPrintedWithTheReasonOfThisCall) {
     EXPECT_EQ(printedBy([] { NuPLDyGetFunction(nullptr, nullptr); }), block("(null)", "(null)"));
     NuPLDyUnloadLibrary(library);
 }
-
-TEST(DynamicLibrary, HasThePlatformsExtensionInAConstantBuffer) {
-    EXPECT_STREQ(GetDllExtension(), ".so");
-    EXPECT_EQ(GetDllExtension(), GetDllExtension());
-}

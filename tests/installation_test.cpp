@@ -59,10 +59,10 @@ TEST_F(Installation, TheDirectoriesAreDerivedFromTheRootWhereTheUserLeftThemEmpt
 }
 
 TEST_F(Installation, AUsersDirectoriesAreKeptWithAWarningWhenTheyAreNotTheDerivedOnes) {
-    ASSERT_NE(instantiateWith("/r", "\\n", "/k"), nullptr);
-    EXPECT_THAT(solverDirectory.value(), Optional(std::string("\\n")));
+    ASSERT_NE(instantiateWith("/r", "\\100%s", "/k"), nullptr);
+    EXPECT_THAT(solverDirectory.value(), Optional(std::string("\\100%s")));
     EXPECT_THAT(commonDirectory.value(), Optional(std::string("/k")));
-    EXPECT_THAT(events(), ElementsAre(warningOf("NUSOL_DLL_DIR [/n] is set different from the derivation of "
+    EXPECT_THAT(events(), ElementsAre(warningOf("NUSOL_DLL_DIR [/100%s] is set different from the derivation of "
                                                 "KORVAN_FMU_ROOT [/r/plsolvers/tessaro/bin/linux64]."),
                                       warningOf("KELDEX_PATH [/k] is set different from the derivation of "
                                                 "KORVAN_FMU_ROOT [/r/plsolvers/common/bin/linux64].")));
@@ -80,14 +80,11 @@ TEST_F(Installation, TheWarningsAreFinishedForLoggersThatReadNoFurtherArguments)
     EXPECT_EQ(keptFormat, "fmi2Instantiate: Environment variable NUSOL_DLL_DIR [/100%%s] is set different from the "
                           "derivation of KORVAN_FMU_ROOT [/r/plsolvers/tessaro/bin/linux64].");
     master.callbacks.logger = formatting;
-    ASSERT_NE(instantiateWith("/r", "/100%s", nullptr), nullptr);
     const std::string longRoot(990, 'r'), longest(1023, '%');
     ASSERT_NE(instantiateWith(longRoot.c_str(), longest.c_str(), nullptr), nullptr);
     const std::string cut =
         "NUSOL_DLL_DIR [" + longest + "] is set different from the derivation of KORVAN_FMU_ROOT [" + longRoot;
-    EXPECT_THAT(events(), ElementsAre(warningOf("NUSOL_DLL_DIR [/100%s] is set different from the derivation of "
-                                                "KORVAN_FMU_ROOT [/r/plsolvers/tessaro/bin/linux64]."),
-                                      warningOf(cut).substr(0, std::strlen("warning [warning] ") + 2047)));
+    EXPECT_THAT(events(), ElementsAre(warningOf(cut).substr(0, std::strlen("warning [warning] ") + 2047)));
 }
 
 TEST_F(Installation, AValueThatIsTooLongForAPathIsReportedAndNothingIsSet) {

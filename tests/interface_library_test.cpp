@@ -68,14 +68,6 @@ TEST_F(InterfaceLibrary, AHalfCopiedLibraryIsReportedAndNotMapped) {
     }
 }
 
-TEST_F(InterfaceLibrary, ADirectoryMayBeWrittenWithBackslashes) {
-    instantiate();
-    std::string name = SCRIPTED_SOLVERS "/all";
-    solverDirectory.set(name.replace(name.rfind('/'), 1, "\\"));
-    EXPECT_EQ(enterInitialization(), fmi2OK);
-    EXPECT_TRUE(isLoaded(SCRIPTED_SOLVERS "/all"));
-}
-
 TEST_F(InterfaceLibrary, AMessageWithoutTextIsEmptyAndOneWithoutAnInstanceIsIgnored) {
     start();
     solver.during(Entry::deposit).run([](void* handle, TScicosAccessAPI2& access) {

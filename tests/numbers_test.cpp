@@ -46,13 +46,8 @@ TEST(Numbers, KeepNineDigitsAndAClampedPower) {
     EXPECT_EQ(fstrtod(nullptr, nullptr), 0);
 }
 
-TEST(Numbers, AreToldByTheirFormUpToAnE) {
-    for (const char* text : {"", "1.5e3", "-.1ex", "+", "0-0.", "-e5"}) EXPECT_EQ(isnumber(text), 1) << text;
-    for (const char* text : {"1+2", "e5", " 1", "1 ", "0.0000000001", "0+0+"}) EXPECT_EQ(isnumber(text), 0) << text;
-    EXPECT_EQ(isnumber(nullptr), 0);
-}
-
 TEST(Numbers, AreThoseOfTheModel) {
+    EXPECT_EQ(isnumber(nullptr), 0);
     for (int power = -310; power <= 310; ++power) expectLikeModel("-7.25e" + std::to_string(power));
     for (int i = 0; i < 10000; ++i) {
         expectLikeModel(randomText("0015.+-eE", 7));
