@@ -89,9 +89,6 @@ class Instance:
         self._fmu.doStep(self._times[n], self._times[n + 1] - self._times[n])
         self._record()
 
-    def last(self, name: str) -> float:
-        return self._rows[-1][self._names.index(name)]
-
     def free(self) -> dict[str, Array]:
         """Ends the run and gives the recorded values of each variable."""
         self._fmu.terminate()
