@@ -103,6 +103,7 @@ void checkFmu(const Fmu& fmu, Report& report) {
     if (!checkDocument(fmu, report)) return;
     checkDescription(fmu, report);
     checkWithResources(fmu, report);
+    checkContent(fmu, report);
     if (fmu.description.coSimulation == nullptr) return;
     if (const XmlAttribute* identifier = fmu.description.coSimulation->find("modelIdentifier"))
         checkLibrary(fmu, identifier->value, {descriptionFile, identifier->line}, report);

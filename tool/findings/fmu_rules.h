@@ -20,6 +20,8 @@ inline constexpr Rule fmuRules[] = {
      "Move it into resources, documentation or sources, or leave it out."},
     {"file-special", Severity::warning, "Only regular files and folders survive in an archive.",
      "Replace it by a regular file."},
+    {"content-changed", Severity::warning, "Masters and tools take FMUs with one GUID for the same FMU.",
+     "Change what the FMU is packed from and pack it again: it then has another GUID."},
     {"resources-missing", Severity::error, "The library reads its parameter files and the model from there.",
      "Add fmu2ts.par, mv.par and the template of the model file."},
 

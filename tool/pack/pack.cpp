@@ -20,6 +20,7 @@
 #include "tool/pack/layout.h"
 #include "tool/pack/model_description_writer.h"
 #include "tool/pack/parameter_file_writer.h"
+#include "tool/pack/template_rules.h"
 
 namespace tool {
 
@@ -176,18 +177,28 @@ private:
     }
 
     void addResources() {
-        if (!description_.modelTemplate.empty())
-            add(resourcesFolder + "/" + description_.name + ".mdl", read(description_.modelTemplate));
-        add(shapeFileName, fmu2tsPar(description_, layout_));
-        add(nameFileName, mvPar(layout_));
         for (const fs::path& file : description_.resources)
             add(resourcesFolder + "/" + file.filename().string(), read(file));
+        if (!description_.modelTemplate.empty()) addTemplate();
+        add(shapeFileName, fmu2tsPar(description_, layout_));
+        add(nameFileName, mvPar(layout_));
+    }
+
+    void addTemplate() {
+        const std::string text = read(description_.modelTemplate);
+        std::vector<std::string_view> resources;
+        for (const ArchiveEntry& entry : entries_)
+            if (entry.name.starts_with(resourcesFolder)) resources.push_back(entry.content);
+        checkTemplate(description_, text, resources, report_);
+        add(resourcesFolder + "/" + description_.name + std::string(templateExtension), text);
     }
 
     /// Its GUID depends on all that is in the FMU, the rest of itself included.
     void addModelDescription() {
         entries_.front().content = modelDescription(description_, layout_, "");
-        entries_.front().content = modelDescription(description_, layout_, guidOf(entries_));
+        ContentHash hash;
+        for (const ArchiveEntry& entry : entries_) hash.add(entry.name, entry.content);
+        entries_.front().content = modelDescription(description_, layout_, hash.guid());
         checkRootLine(description_, entries_.front().content, report_);
         add(descriptionCopy, entries_.front().content);
     }
