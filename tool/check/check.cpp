@@ -38,7 +38,8 @@ bool checkDocument(const Fmu& fmu, Report& report) {
     if (document.hasDoctype)
         report.add("xml-doctype", place, "The file holds a document type declaration.");
     else if (!document.problem.empty())
-        report.add("xml-malformed", place, "{}.", document.problem);
+        report.add(document.isOtherEncoding ? RuleName("xml-encoding") : RuleName("xml-malformed"), place, "{}.",
+                   document.problem);
     if (!fmu.isDescribed()) return false;
 
     const XmlElement& root = document.root;

@@ -28,6 +28,8 @@ inline constexpr Rule descriptionFileRules[] = {
      "Write the same value in both."},
     {"variables-none", Severity::error, "A master could do nothing with the FMU.",
      "Add an [[input]], an [[output]] or a [[parameter]]."},
+    {"license-missing", Severity::warning, "The licence may require that its text comes with the library.",
+     "Add it to the documentation, in the folder licenses."},
     {"not-packed", Severity::error, "No archive was written.", ""},
 };
 
