@@ -99,13 +99,14 @@ class Hostile(unittest.TestCase):
         os.mkfifo("pipe")
 
     def told(self, *arguments: str, code: int = 1, file_size: int = GIB, **variables: str) -> str:
-        """What it prints in ten seconds, with 2 GiB of memory, leaving no temporary files."""
+        """What it prints in ten seconds of the processor, with 2 GiB of memory, leaving no temporary files."""
 
         def limit() -> None:
             resource.setrlimit(resource.RLIMIT_AS, (2 * GIB, 2 * GIB))
+            resource.setrlimit(resource.RLIMIT_CPU, (10, 10))
             resource.setrlimit(resource.RLIMIT_FSIZE, (file_size, file_size))
 
-        result = subprocess.run([PROGRAM, *arguments], env={"TMPDIR": "tmp", **variables}, text=True, timeout=10, preexec_fn=limit,
+        result = subprocess.run([PROGRAM, *arguments], env={"TMPDIR": "tmp", **variables}, text=True, timeout=120, preexec_fn=limit,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT)  # fmt: skip
         self.assertEqual((result.returncode, os.listdir("tmp")), (code, []), result.stdout[:500])
         return result.stdout
