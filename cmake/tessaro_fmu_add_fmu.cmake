@@ -15,6 +15,8 @@ function(tessaro_fmu_add_fmu target description)
         string(APPEND fmu_OUTPUT .fmu)
     endif()
     cmake_path(ABSOLUTE_PATH fmu_OUTPUT BASE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+    cmake_path(GET fmu_OUTPUT PARENT_PATH folder)
+    file(MAKE_DIRECTORY ${folder})
     set(depfile ${CMAKE_CURRENT_BINARY_DIR}/${target}.fmu.d)
     add_custom_command(OUTPUT ${fmu_OUTPUT}
         COMMAND tessaro_fmu::tessaro-fmu pack ${description} --output ${fmu_OUTPUT} --depfile ${depfile}

@@ -15,11 +15,26 @@ ENVIRONMENT = {"KORVAN_FMU_ROOT": "/", "PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
 PRESENT = r"(/\S*/(?:libc|libm|libstdc\+\+|libgcc_s|ld-linux-x86-64)\.so\.\d) \(0x"
 
 
+def check_licenses(folder: Path, licenses: Path) -> None:
+    """Each library that was added has its package's; without dpkg there are warnings, and the FMU is packed as well."""
+    libraries = {path.name for path in (licenses.parent.parent / "binaries/linux64").glob("lib*")}
+    texts = {path.stem: path.read_text() for path in licenses.iterdir()}
+    if "libxml2" not in texts or "Permission is hereby granted" not in texts["libxml2"]:
+        sys.exit(f"The licence of libxml2 is missing; there are {texts.keys()} for {libraries}")
+    (folder / "bin").mkdir()
+    (folder / "bin/patchelf").symlink_to(shutil.which("patchelf"))
+    command = [PROGRAM, "pack", "Lonely.toml", "--bundle", "--output", "without.fmu"]
+    told = subprocess.run(command, cwd=folder, env={"PATH": str(folder / "bin")}, capture_output=True, text=True, check=True).stderr
+    if len(re.findall(r"No licence of .*\[license-missing\]", told)) != len(libraries):
+        sys.exit(f"There should be a warning for each of {libraries}:\n{told}")
+
+
 def main(folder: Path, root: Path) -> None:
     subprocess.run([PROGRAM, "new", "Lonely"], cwd=folder, check=True)
     for fmu, options in ("plain", []), ("whole", ["--bundle"]):
         subprocess.run([PROGRAM, "pack", "Lonely.toml", *options], cwd=folder, check=True)
         shutil.unpack_archive(folder / "Lonely.fmu", root / fmu, "zip")
+    check_licenses(folder, root / "whole/documentation/licenses")
     shutil.copy(MASTER, root / "master")
     for library in re.findall(PRESENT, subprocess.getoutput(f"ldd {root}/plain/binaries/linux64/Lonely.so")):
         (root / library[1:]).parent.mkdir(parents=True, exist_ok=True)

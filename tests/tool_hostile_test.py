@@ -99,13 +99,14 @@ class Hostile(unittest.TestCase):
         os.mkfifo("pipe")
 
     def told(self, *arguments: str, code: int = 1, file_size: int = GIB, **variables: str) -> str:
-        """What it prints in ten seconds, with 2 GiB of memory, leaving no temporary files."""
+        """What it prints in ten seconds of the processor, with 2 GiB of memory, leaving no temporary files."""
 
         def limit() -> None:
             resource.setrlimit(resource.RLIMIT_AS, (2 * GIB, 2 * GIB))
+            resource.setrlimit(resource.RLIMIT_CPU, (10, 10))
             resource.setrlimit(resource.RLIMIT_FSIZE, (file_size, file_size))
 
-        result = subprocess.run([PROGRAM, *arguments], env={"TMPDIR": "tmp", **variables}, text=True, timeout=10, preexec_fn=limit,
+        result = subprocess.run([PROGRAM, *arguments], env={"TMPDIR": "tmp", **variables}, text=True, timeout=120, preexec_fn=limit,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT)  # fmt: skip
         self.assertEqual((result.returncode, os.listdir("tmp")), (code, []), result.stdout[:500])
         return result.stdout
@@ -134,8 +135,9 @@ class Hostile(unittest.TestCase):
             ("<a>" + "<b/>" * 16_000_000 + "</a>", "more than 2000000 elements"),
             ("<a>" + '<b c="" d="" e=""/>' * 3_000_000 + "</a>", "more than 4000000 attributes"),
             ("<a" + "".join(f" xmlns:n{i}='u'" for i in range(20_000)) + ">" + "<n0:b/>" * 7_000_000, "than 100 namespaces"),
-            ("<?xml version='1.0' encoding='IBM037'?>" + "<a/>" * 9, "none of UTF-8"),
-            ("<?xml version='1.0'" + " " * 2000 + "encoding='IBM037'?><a/>", "none of UTF-8"),
+            ("<?xml version='1.0' encoding='IBM037'?>" + "<a/>" * 9, 'The encoding is "IBM037"; only UTF-8 and UTF-16 are read'),
+            ("<?xml version='1.0' encoding='iso-8859-1'?><a/>", 'The encoding is "iso-8859-1"; only UTF-8'),
+            ("<?xml version='1.0'" + " " * 2000 + "encoding='IBM037'?><a/>", "The encoding is unknown; only UTF-8"),
             ('<fmiModelDescription fmiVersion="2.0"/>', '"pipe" is neither a regular file nor a folder'),
         ):
             Path("fmu/modelDescription.xml").write_text(text)
@@ -153,6 +155,10 @@ class Hostile(unittest.TestCase):
             os.mkdir(os.fsencode("fmu") + name)
             told = self.told("check", os.fsdecode(b"fmu" + name))
             self.assertTrue(told.isascii() and told.replace("\n", "").isprintable(), told)
+        for arguments, code in ((["check"], 1), (["info"], 1), (["doctor"], 1), (["new"], 1), (["nonsense"], 2), (["--"], 2)):
+            told = self.told(*arguments, os.fsdecode(b"\x9b\x1b[2J" * 500), code=code)
+            self.assertTrue(told.isascii() and told.replace("\n", "").isprintable(), told)
+            self.assertLess(max(map(len, told.splitlines())), 700)
 
     def test_closed_streams_and_failures_end_in_an_exit_code(self) -> None:
         Path("f.fmu").write_bytes(GOOD)
@@ -164,6 +170,22 @@ class Hostile(unittest.TestCase):
         for path in ("no", "n" * 300, "n" * 5000, "m/m", "pipe", "tmp"):
             self.assertGreater(json.loads(self.told("check", "--json", path))["errors"], 0)
         self.assertGreater(json.loads(self.told("doctor", "--solver", "--json"))["errors"], 0)
+        for call in ("check", "check a b", "info", "pack", "pack m --nothing", "nonsense", "doctor --time-limit -5 f.fmu", ""):
+            found = json.loads(self.told(*call.split(), "--json", code=2))["findings"]
+            self.assertEqual([finding["rule"] for finding in found], ["usage"], call)
+
+    def test_what_cannot_be_written_is_reported_with_the_reason(self) -> None:
+        Path("m").write_text(MODEL + 'template = "m"\n[[input]]\nsignals = [{ name = "u" }]\n')
+        pack = ["pack", "m", "--library", LIBRARY]
+        full, large = "No space left on device", "File too large"
+        self.assertIn(f"M.fmu cannot be written: Write error: {large}", self.told(*pack, file_size=1000))
+        self.assertIn(f"/dev/full cannot be written: {full}", self.told(*pack, "--depfile", "/dev/full"))
+        self.assertRegex(self.told("check", "M.fmu", file_size=1000), f'"[^"]+" cannot be written to tmp/.*: {large}')
+        self.assertIn(f"N.toml cannot be written: {large}", self.told("new", "N", file_size=1000))
+        for call in ("check M.fmu", "info M.fmu", "help", "man-page", "pack m --json", "check --json M.fmu --nothing"):
+            told = subprocess.run(f"{PROGRAM} {call} >/dev/full", shell=True, stderr=subprocess.PIPE, text=True).stderr
+            self.assertIn(f": {full}", told, call)
+        self.assertEqual(sorted(os.listdir()), ["M.fmu", "d", "m", "pipe", "tmp"])
 
     def library(self, path: str, *options: str, code: str = "") -> None:
         Path(path).parent.mkdir(parents=True, exist_ok=True)
@@ -234,7 +256,7 @@ class Hostile(unittest.TestCase):
     def test_outputs(self) -> None:
         Path("m").write_text(MODEL + 'template = "m"\n[[input]]\nsignals = [{ name = "u" }]\n')
         Path("f.fmu").write_bytes(ONE)
-        for output in ("no/f.fmu", "/proc/f.fmu", "tmp", "pipe", "n" * 255, ""):
+        for output in ("no/f.fmu", "/proc/f.fmu", "tmp", "pipe", "/dev/null", "n" * 256, ""):
             with self.subTest(output):
                 told = "is a folder" if output == "tmp" else "cannot be written"
                 self.assertIn(told, self.told("pack", "m", "--library", LIBRARY, "-o", output or "m/f"))
@@ -248,10 +270,30 @@ class Hostile(unittest.TestCase):
         Path("m").write_text(MODEL + 'template = "m"\nresources = ["r.zip"]\n[[input]]\nsignals = [{ name = "u" }]\n')
         self.assertIn("own inputs", self.told("pack", "m", "--library", LIBRARY, "-o", "tmp/../r.zip"))
         os.truncate("r.zip", (4 << 30) + 1)
-        self.assertIn("is larger than 4096 MiB", self.told("pack", "m", "--library", LIBRARY))
-        Path("m").write_text(MODEL + 'template = "m"\n[[input]]\nsignals = [{ name = "u" }]\n')
-        self.told("pack", "m", "--library", LIBRARY, code=0)
-        self.assertIn("cannot be written", self.told("check", "M.fmu", file_size=1000))
+        self.assertIn("The files are more than 4 GiB together", self.told("pack", "m", "--library", LIBRARY))
+
+    def test_nothing_is_packed_that_check_refuses_for_its_size(self) -> None:
+        one = '[[input]]\nsignals = [{ name = "u" }]\n'
+        Path("zeros").touch()
+        Path("m").write_text(MODEL + 'template = "m"\nresources = ["zeros"]\n' + one)
+        pack = ["pack", "m", "--library", LIBRARY]
+        os.truncate("zeros", 160 << 20)  # compressed, it would be less than a two-hundredth
+        self.told(*pack, code=0)
+        self.told("check", "M.fmu", code=0)
+        Path("M.fmu").unlink()
+        for size in (4 << 30, (4 << 30) + 1):
+            os.truncate("zeros", size)
+            self.assertIn("The files are more than 4 GiB together", self.told(*pack))
+        names = "".join(f"{{ name = \"'{i}{'x' * 999_999}'\", solver_name = 's{i}' }}," for i in range(15))
+        Path("m").write_text(MODEL + f'template = "pipe"\n[[output]]\nsignals = [{names}]\n'.replace("pipe", "d/t"))
+        Path("d/t").write_text("x")
+        self.assertIn("modelDescription.xml would be larger than 64 MiB", self.told(*pack))
+        Path("d/many").mkdir()
+        for i in range(100_001):
+            os.mknod(f"d/many/{i}")
+        Path("m").write_text(MODEL + 'template = "m"\ndocumentation = "d/many"\n' + one)
+        self.assertIn("There are more than 100000 files", self.told(*pack))
+        self.assertFalse(Path("M.fmu").exists())
 
 
 if __name__ == "__main__":

@@ -54,7 +54,7 @@ class Program(unittest.TestCase):
 
     def pack(self) -> None:
         Path("Rig.toml").write_text(DESCRIPTION)
-        Path("Rig.mdl").write_text("template")
+        Path("Rig.mdl").write_text("with n")
         self.run_program("pack", "Rig.toml")
 
     def test_help_shows_examples_and_exit_codes_of_every_command(self) -> None:
@@ -132,7 +132,11 @@ class Program(unittest.TestCase):
         self.assertEqual(target, f"{Path.cwd()}/Rig.fmu")
         self.assertEqual(sorted(Path(name).name for name in inputs), ["Rig.mdl", "Rig.toml", "libtessaro_fmu.so", "my\\ data"])
         self.run_program("pack", "Rig.toml", "--depfile", "Rig.mdl", code=1)
-        self.assertEqual(Path("Rig.mdl").read_text(), "template")
+        self.assertEqual(Path("Rig.mdl").read_text(), "with n")
+        Path("Rig.fmu").unlink()
+        self.run_program("pack", "Rig.toml", "--depfile", "./Rig.fmu", code=1)
+        self.run_program("pack", "Rig.toml", "--depfile", "new.d", "-o", "none/Rig.fmu", code=1)
+        self.assertEqual([name for name in ("Rig.fmu", "new.d") if Path(name).exists()], [])
 
     def test_colours_are_for_terminals_only_and_can_be_refused(self) -> None:
         for variables, is_coloured in (

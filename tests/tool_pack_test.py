@@ -1,8 +1,10 @@
 """`tessaro-fmu new` and `pack` as a user meets them: tool_pack_test.py PROGRAM LIBRARY INSTALLATION"""
 
 import ctypes
+import json
 import os
 import re
+import shutil
 import struct
 import subprocess
 import sys
@@ -49,7 +51,8 @@ u[1] Real 0 deg 0|u[2] Real 1 None 2.5|v Real 2 None 0|a.x Real 3 N.m None|der(a
 |result_file String 0 None ./All.Types-1_result.mrf|k Real 12 None 0.1|n Integer 0 None -2147483648\
 |on Boolean 0 None true|file String 1 None a, b"""
 
-DOCUMENTED = (Path(__file__).parent.parent / "docs/packaging.md").read_text()
+ROOT = Path(__file__).resolve().parent.parent
+DOCUMENTED = (ROOT / "docs/packaging.md").read_text()
 UNITS = " ".join(re.search(r"Known are\s(.*?),\sand products", DOCUMENTED, re.DOTALL)[1].split())
 
 # A part of the description, what replaces it, the rule, how the message begins.
@@ -90,6 +93,30 @@ MISTAKES = [
 ]
 
 
+# A template; the start value of a parameter "k[1].m", and what is found of it.
+TEMPLATES = [
+    ("k[1].m", "0.1", []),
+    ("k[1].mm", "0.1", ["template-name"]),
+    ("k[1].m_2 m2", "0.1", ["template-name"]),
+    ('<group name="k"><item index="1"/><parameter name="m"/></group>', "0.1", []),
+    ('<parameter name="k[1].m" value="0.1000000001"/>', "0.1", []),
+    ('<parameter name="k[1].m" value="0.2" unit="m"/>', "0.1", ["template-start"]),
+    ("<parameter\n value='2'\n name='k[1].m'/>", "0.1", ["template-start"]),
+    ('<parameter rename="k[1].m" value="2"/>', "0.1", []),
+    ('<parameter name="k[1].m" value="2*a"/>', "0.1", []),
+    ('<parameter name="k[1].m" value="1"/><parameter name="k[1].m" value="2"/>', "0.1", []),
+    ('<!-- <parameter name="k[1].m" value="2"/> -->', "0.1", []),
+    ('<parameter name="k[1].m" value="0"/>', "true", ["template-start"]),
+    ('<parameter name="k[1].m" value="0"/>', "false", []),
+    ('<parameter name="k[1].m" value="b"/>', "'a'", ["template-start"]),
+    ("  k[1].m = 2 ; # a comment", "0.1", ["template-start"]),
+    ("x = k[1].m = 2", "0.1", []),
+    ("${k[1].m=2} ${k[1].m}", "0.1", ["template-start"]),
+    ("${k[1].m=1e-1}", "0.1", []),
+    ("k\0[1].mm", "0.1", []),
+]
+
+
 class MvPar(ctypes.Structure):
     _fields_ = [("counts", ctypes.c_int32 * 4), ("names", ctypes.POINTER(ctypes.c_char_p) * 4)]
 
@@ -102,7 +129,7 @@ class Packing(unittest.TestCase):
         self.enterContext(mock.patch.dict(os.environ, KORVAN_FMU_ROOT=INSTALLATION, NUSOL_DLL_DIR="", KELDEX_PATH=""))
 
     def run_program(self, *arguments: str, **files: str) -> tuple[int, str]:
-        for name, text in ({"t": "template", "more": "data"} | files).items():
+        for name, text in ({"t": "of k, n, on and file", "more": "data"} | files).items():
             Path(name).write_text(text)
         result = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True)
         return result.returncode, result.stderr
@@ -140,6 +167,41 @@ class Packing(unittest.TestCase):
         self.assertRegex(f"{code} " + "\n".join(found), "^0 " + "\n".join(forms) + "$")
         (text,) = (v for v in read_model_description("All.Types-1.fmu").modelVariables if v.type == "String")
         self.assertEqual((text.name, text.valueReference), ("file", 1), "0 is never written to the value file")
+
+    def test_parameters_are_compared_with_the_template(self) -> None:
+        types = {"t": "Boolean", "f": "Boolean", "'": "String"}
+        for template, start, rules in TEMPLATES:
+            with self.subTest(template):
+                parameter = f"name = 'k[1].m'\ntype = '{types.get(start[0], 'Real')}'\nstart = {start}\n"
+                toml = f"[model]\nname = 'M'\nfinal_time = 1\ntemplate = 't'\n[[parameter]]\n{parameter}"
+                code, told = self.run_program("pack", "m", m=toml, t=template)
+                self.assertEqual((code, re.findall(r"^m:6: warning: .* \[(.*)\]$", told, re.M)), (0, rules), told)
+        Path("M.fmu").unlink()
+        code, told = self.run_program("pack", "m", m=toml.replace("final", "resources = ['more']\nfinal"), more="k[1].m", t="x")
+        self.assertEqual((code, told), (0, ""), "it may be in a resource")
+
+    def test_nothing_is_found_in_the_models_of_this_project(self) -> None:
+        for description in sorted([*ROOT.glob("demo/models/*/*.toml"), *ROOT.glob("examples/*/model/*.toml")]):
+            with self.subTest(description.name):
+                self.assertEqual(self.run_program("pack", str(description), "-o", "f.fmu"), (0, ""))
+                self.assertEqual(self.check("f.fmu"), [])
+
+    def check(self, fmu: str) -> list[str]:
+        result = subprocess.run([PROGRAM, "check", "--json", fmu], capture_output=True, text=True)
+        return [found["rule"] for found in json.loads(result.stdout)["findings"] if found["severity"] != "note"]
+
+    def test_what_is_changed_after_packing_is_found_and_what_a_run_leaves_is_not(self) -> None:
+        toml = DESCRIPTION.replace("_variable = true", ' = "r.csv"')
+        changes = {"resources/more": "Data", "resources/t": "x", "documentation/index.html": "", "resources/All.Types-1.mdl": "t"}
+        runs_files = {"resources/All.Types-1.csv": "k, 1", "resources/All.Types-1.xml": "<m/>", "resources/r.csv": "0"}
+        for name, text in (changes | runs_files).items():
+            with self.subTest(name):
+                self.run_program("pack", "m", "-o", "f.fmu", m=toml)
+                shutil.rmtree("f", ignore_errors=True)
+                ZipFile("f.fmu").extractall("f")
+                self.assertNotIn("content-changed", self.check("f"))
+                Path("f", name).write_text(text)
+                self.assertEqual("content-changed" in self.check("f"), name in changes)
 
     def test_derivatives_are_promised_to_the_order_that_all_output_ports_have(self) -> None:
         for orders, promised in (((2, 2), 2), ((1, 2), 1), ((2, 0), 0)):

@@ -132,8 +132,10 @@ public:
         if (count > 1) refuseUnknownCommand(arguments[1]);
         try {
             app_.parse(count, arguments);
+        } catch (const CLI::Success& help) {
+            return app_.exit(help);
         } catch (const CLI::ParseError& error) {
-            return app_.exit(error) == 0 ? fine : misused;
+            throw Misuse(fmt::format("{}. Run with --help for more information.", error.what()));
         }
         return result_;
     }
@@ -209,16 +211,14 @@ private:
         constexpr int shownOfARule = 20;
         Report report(shownOfARule);
         std::optional<PackResult> packed;
-        try {
+        attempt(report, "not-packed", [&] {
             if (pack_.library.empty()) pack_.library = libraryOfThisProgram();
             if (pack_.version) checkVersion(*pack_.version);
             packed = pack(pack_, report);
-        } catch (const UserError& error) {
-            report.add("not-packed", {}, "{}", error.what());
-        }
+        });
         asJson_ ? write(packedJson(report, packed), stdout) : showPacked(report, packed);
         flush(stdout);
-        result_ = packed ? fine : wrong;
+        result_ = packed && report.errors() == 0 ? fine : wrong;
     }
 
     nlohmann::ordered_json packedJson(const Report& report, const std::optional<PackResult>& packed) const {
@@ -246,14 +246,14 @@ private:
 
     /// What cannot be looked into is reported as `check` reports it.
     void showInfo() {
-        try {
+        Report report;
+        attempt(report, "unreadable", [this] {
             const Fmu fmu(fmu_);
             const Info info = inform(fmu);
             asJson_ ? write(toJson(info, fmu_.string()), stdout) : writeText(info, stdout);
             flush(stdout);
-        } catch (const UserError& error) {
-            show(fmu_.string(), [&error](Report& report) { report.add("unreadable", {}, "{}", error.what()); });
-        }
+        });
+        if (report.errors() > 0) showFindings(report, fmu_.string());
     }
 
     void addCheck() {
@@ -283,17 +283,27 @@ private:
         });
     }
 
-    /// Shows what `look` finds. That something cannot be looked at at all is also a finding.
+    /// Whatever keeps a command from its work is a finding as well.
+    template <typename Work>
+    static void attempt(Report& report, RuleName rule, const Work& work) {
+        try {
+            work();
+        } catch (const std::bad_alloc&) {
+            report.add(rule, {}, "There is not enough memory.");
+        } catch (const std::exception& error) {
+            report.add(rule, {}, "{}", error.what());
+        }
+    }
+
+    /// Shows what `look` finds.
     template <typename Look>
     void show(const std::string& subject, const Look& look) {
         Report report;
-        try {
-            look(report);
-        } catch (const std::bad_alloc&) {
-            report.add("unreadable", {}, "There is not enough memory.");
-        } catch (const std::exception& error) {
-            report.add("unreadable", {}, "{}", error.what());
-        }
+        attempt(report, "unreadable", [&] { look(report); });
+        showFindings(report, subject);
+    }
+
+    void showFindings(const Report& report, const std::string& subject) {
         asJson_ ? write(toJson(report, subject), stdout) : writeText(report, subject, stdout);
         flush(stdout);
         result_ = report.errors() > 0 ? wrong : fine;
@@ -313,8 +323,27 @@ private:
 
 /// Nothing is said of what an interruption made fail.
 int failed(const std::string& reason) {
-    if (!isInterrupted()) std::fputs(fmt::format("tessaro-fmu: {}\n", printable(reason)).c_str(), stderr);
+    if (!isInterrupted()) std::fputs(fmt::format("tessaro-fmu: {}\n", readable(reason)).c_str(), stderr);
     return wrong;
+}
+
+/// A command line that makes no sense is answered in the form that it asks for.
+int answer(const Misuse& misuse, int count, char** arguments) {
+    const auto isJson = [](const char* argument) { return std::string_view(argument) == "--json"; };
+    if (std::none_of(arguments, arguments + count, isJson)) return failed(misuse.what()), misused;
+    Report report;
+    report.add("usage", {}, "{}", misuse.what());
+    write(toJson(report, ""), stdout);
+    flush(stdout);
+    return misused;
+}
+
+int run(int count, char** arguments) {
+    try {
+        return Program().run(count, arguments);
+    } catch (const Misuse& misuse) {
+        return answer(misuse, count, arguments);
+    }
 }
 
 /// A stream that is closed must not become a file that is opened later: writing to it fails instead.
@@ -331,9 +360,7 @@ int main(int count, char** arguments) {
     // A file that may grow no further is an error as any other: nothing is left half written.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
-        return Program().run(count, arguments);
-    } catch (const Misuse& misuse) {
-        return failed(misuse.what()), misused;
+        return run(count, arguments);
     } catch (const Interrupted&) {
         return wrong;
     } catch (const std::bad_alloc&) {

@@ -21,6 +21,7 @@
 #include "tool/pack/layout.h"
 #include "tool/pack/model_description_writer.h"
 #include "tool/pack/parameter_file_writer.h"
+#include "tool/pack/template_rules.h"
 
 using namespace tool;
 
@@ -93,6 +94,7 @@ void description(const std::string& text) {
     const Layout layout = layOut(*described);
     const std::string document = modelDescription(*described, layout, "{1}");
     checkRootLine(*described, document, report);
+    checkTemplate(*described, text, {}, report);
     if (report.errors() > 0) return;
     for (const fs::path& folder : {fmu, resources}) writeFile(folder / descriptionFile, document);
     writeFile(fmu / shapeFileName, fmu2tsPar(*described, layout));

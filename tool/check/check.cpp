@@ -38,7 +38,8 @@ bool checkDocument(const Fmu& fmu, Report& report) {
     if (document.hasDoctype)
         report.add("xml-doctype", place, "The file holds a document type declaration.");
     else if (!document.problem.empty())
-        report.add("xml-malformed", place, "{}.", document.problem);
+        report.add(document.isOtherEncoding ? RuleName("xml-encoding") : RuleName("xml-malformed"), place, "{}.",
+                   document.problem);
     if (!fmu.isDescribed()) return false;
 
     const XmlElement& root = document.root;
@@ -103,6 +104,7 @@ void checkFmu(const Fmu& fmu, Report& report) {
     if (!checkDocument(fmu, report)) return;
     checkDescription(fmu, report);
     checkWithResources(fmu, report);
+    checkContent(fmu, report);
     if (fmu.description.coSimulation == nullptr) return;
     if (const XmlAttribute* identifier = fmu.description.coSimulation->find("modelIdentifier"))
         checkLibrary(fmu, identifier->value, {descriptionFile, identifier->line}, report);

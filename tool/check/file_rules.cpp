@@ -85,7 +85,22 @@ bool checkGlibc(const SharedObject& library, std::string_view name, const Place&
     return false;
 }
 
-/// The same that binding all symbols at once would find, but for their versions, and without loading anything.
+/// As the loader does it before it looks for any symbol. Versions of glibc are those of the machine as a whole.
+void checkVersions(const std::map<std::string, SharedObject>& loaded, const Place& place, Report& report) {
+    for (const auto& [name, object] : loaded) {
+        for (const auto& [library, versions] : object.neededVersions) {
+            const auto found = loaded.find(library);
+            if (found == loaded.end() || found->second.versions.empty()) continue; // without versions any will do
+            for (const std::string& version : versions)
+                if (!version.starts_with("GLIBC_") && !found->second.versions.contains(version))
+                    report.add("library-version", place,
+                               "{} needs {} of {}, which the one on this machine does not have.", inQuotes(name),
+                               inQuotes(version), inQuotes(library));
+        }
+    }
+}
+
+/// The same that binding all symbols at once would find, and without loading anything.
 void checkSymbols(const SharedObject& library, const std::vector<Dependency>& dependencies, const Place& place,
                   Report& report) {
     std::map<std::string, SharedObject> loaded{{place.file, library}};
@@ -100,6 +115,7 @@ void checkSymbols(const SharedObject& library, const std::vector<Dependency>& de
                                fmt::format("{} has no section table: its symbols are not examined", name));
         exports.merge(object.exports);
     }
+    checkVersions(loaded, place, report);
     for (const auto& [name, object] : loaded)
         for (const std::string& symbol : object.imports)
             if (!exports.contains(symbol))

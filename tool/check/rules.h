@@ -12,6 +12,9 @@ namespace tool {
 /// The files of the FMU, whatever they hold: entries left out of the archive, strays, and what is no regular file.
 void checkTree(const Fmu& fmu, Report& report);
 
+/// Whether an FMU that this program made is still as it was made.
+void checkContent(const Fmu& fmu, Report& report);
+
 /// The library that the model identifier asks for: file, exports, dependencies. `place` is the identifier's.
 void checkLibrary(const Fmu& fmu, std::string_view identifier, const Place& place, Report& report);
 

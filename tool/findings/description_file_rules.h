@@ -21,8 +21,15 @@ inline constexpr Rule descriptionFileRules[] = {
     {"file-duplicate", Severity::error, "Files are put into the resources without their folders.",
      "Rename one of them."},
     {"file-name", Severity::error, "It is not a file name on every system.", "Rename the file."},
+    {"template-name", Severity::warning, "A value that a master sets would not reach the model.",
+     "Give the template's name as solver_name, or let the template use the parameter."},
+    {"template-start", Severity::warning,
+     "Masters show the start value, but the model runs with the template's value until a master sets one.",
+     "Write the same value in both."},
     {"variables-none", Severity::error, "A master could do nothing with the FMU.",
      "Add an [[input]], an [[output]] or a [[parameter]]."},
+    {"license-missing", Severity::warning, "The licence may require that its text comes with the library.",
+     "Add it to the documentation, in the folder licenses."},
     {"not-packed", Severity::error, "No archive was written.", ""},
 };
 

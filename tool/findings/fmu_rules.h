@@ -8,6 +8,7 @@ namespace tool {
 inline constexpr Rule fmuRules[] = {
     // The files
     {"unreadable", Severity::error, "Nothing more can be said of it.", ""},
+    {"usage", Severity::error, "Nothing was done.", "See tessaro-fmu --help."},
     {"archive-entry", Severity::error, "Masters refuse such an archive, or unpack it to unexpected places.",
      "Pack the FMU again, with plain relative names and forward slashes."},
     {"description-missing", Severity::error,
@@ -20,6 +21,8 @@ inline constexpr Rule fmuRules[] = {
      "Move it into resources, documentation or sources, or leave it out."},
     {"file-special", Severity::warning, "Only regular files and folders survive in an archive.",
      "Replace it by a regular file."},
+    {"content-changed", Severity::warning, "Masters and tools take FMUs with one GUID for the same FMU.",
+     "Change what the FMU is packed from and pack it again: it then has another GUID."},
     {"resources-missing", Severity::error, "The library reads its parameter files and the model from there.",
      "Add fmu2ts.par, mv.par and the template of the model file."},
 
@@ -41,11 +44,15 @@ inline constexpr Rule fmuRules[] = {
     {"library-glibc", Severity::error, "The FMU cannot be loaded on this machine.",
      "Build the library on a system at least as old as the oldest one that is to run it."},
 
+    {"library-version", Severity::error, "The FMU cannot be loaded on this machine.",
+     "Install a newer version of the library, or build on a system at least as old as the oldest one that is to run "
+     "it."},
+
     // modelDescription.xml as XML
     {"xml-malformed", Severity::error, "No master can read the FMU.", ""},
     {"xml-doctype", Severity::error, "It can make a master read other files; FMI has no use for it.",
      "Remove the document type declaration."},
-    {"xml-encoding", Severity::warning, "FMI 2.0 requires UTF-8.",
+    {"xml-encoding", Severity::error, "FMI 2.0 requires UTF-8.",
      "Write the file as UTF-8 and say so in its first line."},
     {"fmi-version", Severity::error, "The library supports FMI 2.0 only.",
      "The root is fmiModelDescription with fmiVersion=\"2.0\"."},

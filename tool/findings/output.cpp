@@ -63,7 +63,7 @@ void writeFinding(const Finding& finding, std::FILE* stream) {
 
 std::string closingLine(const Report& report, std::string_view subject) {
     const int errors = report.errors(), warnings = report.warnings();
-    std::string line = printable(subject) + ": ";
+    std::string line = readable(subject) + ": ";
     line += errors + warnings == 0 ? "nothing wrong found"
                                    : fmt::format("{}, {}", counted(errors, "error"), counted(warnings, "warning"));
     if (!report.examined().empty()) line += fmt::format(" in {}", fmt::join(report.examined(), ", "));

@@ -6,17 +6,6 @@
 
 namespace tool {
 
-namespace {
-
-/// As it is shown: printable, and not longer than a person reads.
-std::string sentenceOf(std::string_view text) {
-    constexpr std::size_t longest = 600;
-    std::string shown = printable(text.substr(0, longest)); // a character cut in two is shown as bytes
-    return text.size() > longest ? shown + "..." : shown;
-}
-
-} // namespace
-
 RuleName RuleName::of(std::string_view name) {
     RuleName found;
     while (found.index_ < allRules.size() && found.rule().name != name) ++found.index_;
@@ -25,12 +14,12 @@ RuleName RuleName::of(std::string_view name) {
 }
 
 Report::Added& Report::Added::why(const std::string& sentence) {
-    finding_.why = sentenceOf(sentence);
+    finding_.why = readable(sentence);
     return *this;
 }
 
 Report::Added& Report::Added::fix(const std::string& sentence) {
-    finding_.fix = sentenceOf(sentence);
+    finding_.fix = readable(sentence);
     return *this;
 }
 
@@ -43,7 +32,7 @@ void Report::note(std::string_view heading, std::string_view lines) {
     std::string shown;
     while (!lines.empty()) {
         const std::size_t end = std::min(lines.find('\n'), lines.size());
-        shown += (shown.empty() ? "" : "\n") + printable(lines.substr(0, end));
+        shown += (shown.empty() ? "" : "\n") + readable(lines.substr(0, end));
         lines.remove_prefix(std::min(end + 1, lines.size()));
     }
     notes_.push_back({Severity::note, std::string(heading), {}, std::move(shown), "", ""});
@@ -73,14 +62,14 @@ bool Report::hasErrorIn(std::string_view file) const {
 
 bool Report::isKept(RuleName rule, const Place& place) {
     Count& count = counts_[rule.index()];
-    if (++count.found == shownOfARule_ + 1) count.firstHidden = {printable(place.file), place.line};
+    if (++count.found == shownOfARule_ + 1) count.firstHidden = {readable(place.file), place.line};
     return count.found <= shownOfARule_;
 }
 
 Finding& Report::keep(RuleName rule, const Place& place, std::string_view what) {
     const Rule& row = rule.rule();
-    return findings_.emplace_back(Finding{row.severity, std::string(row.name), Place{printable(place.file), place.line},
-                                          sentenceOf(what), std::string(row.why), std::string(row.fix)});
+    return findings_.emplace_back(Finding{row.severity, std::string(row.name), Place{readable(place.file), place.line},
+                                          readable(what), std::string(row.why), std::string(row.fix)});
 }
 
 int Report::count(Severity severity) const {

@@ -66,31 +66,46 @@ int placeIn(const Elf_Data* data, std::int64_t place) {
                : -1;
 }
 
-bool isNewer(const std::string& version, const std::string& other) {
-    return strverscmp(version.c_str(), other.c_str()) > 0;
+void noteGlibc(const std::string& version, SharedObject& object) {
+    const std::string prefix = "GLIBC_";
+    const std::string number = version.starts_with(prefix) ? version.substr(prefix.size()) : "";
+    const bool isNumber = !number.empty() && number[0] >= '0' && number[0] <= '9'; // GLIBC_PRIVATE is not
+    if (isNumber && strverscmp(number.c_str(), object.glibc.c_str()) > 0) object.glibc = number;
 }
 
-/// Each entry says where the next one is. A damaged file may lead in circles.
+/// Entries that each say where the next one is. A damaged file may lead in circles.
+constexpr int mostVersions = 100'000;
+
 void readNeededVersions(Elf* elf, const GElf_Shdr& header, Elf_Data* data, SharedObject& object) {
-    constexpr int most = 100'000;
-    const std::string prefix = "GLIBC_";
     int count = 0;
     GElf_Verneed library;
-    for (std::int64_t offset = 0; count < most && gelf_getverneed(data, placeIn(data, offset), &library) != nullptr;
+    for (std::int64_t offset = 0;
+         ++count < mostVersions && gelf_getverneed(data, placeIn(data, offset), &library) != nullptr;
          offset += library.vn_next) {
-        ++count;
         GElf_Vernaux version;
-        std::int64_t position = offset + library.vn_aux;
-        for (; count < most && gelf_getvernaux(data, placeIn(data, position), &version) != nullptr;
+        std::set<std::string>& versions = object.neededVersions[textAt(elf, header.sh_link, library.vn_file)];
+        for (std::int64_t position = offset + library.vn_aux;
+             ++count < mostVersions && gelf_getvernaux(data, placeIn(data, position), &version) != nullptr;
              position += version.vna_next) {
-            ++count;
             const std::string name = textAt(elf, header.sh_link, version.vna_name);
-            const std::string number = name.starts_with(prefix) ? name.substr(prefix.size()) : "";
-            const bool isNumber = !number.empty() && number[0] >= '0' && number[0] <= '9'; // GLIBC_PRIVATE is not
-            if (isNumber && isNewer(number, object.glibc)) object.glibc = number;
+            noteGlibc(name, object);
+            if ((version.vna_flags & VER_FLG_WEAK) == 0) versions.insert(name);
             if (version.vna_next == 0) break;
         }
         if (library.vn_next == 0) break;
+    }
+}
+
+/// The first text of each is its name; the others are those that it follows.
+void readVersions(Elf* elf, const GElf_Shdr& header, Elf_Data* data, SharedObject& object) {
+    GElf_Verdef version;
+    std::int64_t offset = 0;
+    for (int count = 0; count < mostVersions && gelf_getverdef(data, placeIn(data, offset), &version) != nullptr;
+         ++count, offset += version.vd_next) {
+        GElf_Verdaux name;
+        if (gelf_getverdaux(data, placeIn(data, offset + version.vd_aux), &name) != nullptr)
+            object.versions.insert(textAt(elf, header.sh_link, name.vda_name));
+        if (version.vd_next == 0) break;
     }
 }
 
@@ -113,6 +128,7 @@ SharedObject readSharedObject(const fs::path& file) {
         };
         read(SHT_DYNSYM, readSymbols);
         read(SHT_GNU_verneed, readNeededVersions);
+        read(SHT_GNU_verdef, readVersions);
     }
     object.hasSections = seen.contains(SHT_DYNSYM);
     return object;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -15,6 +16,10 @@ struct SharedObject {
     std::set<std::string> exports;   ///< the same with everything else: variables, also of threads, indirect functions
     std::set<std::string> imports;   ///< functions and variables that others have to define; not the weak ones
     std::string glibc;               ///< newest glibc version that a symbol asks for, such as "2.34"; or empty
+
+    /// Versions of symbols, such as "GLIBCXX_3.4.30": those that other libraries, by name, have to define, and its own.
+    std::map<std::string, std::set<std::string>> neededVersions;
+    std::set<std::string> versions;
 };
 
 /// Reads the file of a shared library for 64-bit Linux on x86-64. Throws UserError, which says what the file is

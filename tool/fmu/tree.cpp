@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -12,7 +14,6 @@
 
 #include <zip.h>
 
-#include "tool/fmu/archive.h"
 #include "tool/os/interruption.h"
 #include "tool/os/text.h"
 #include "tool/os/user_error.h"
@@ -39,15 +40,8 @@ Archive openArchive(const fs::path& path) {
     return archive;
 }
 
-/// So much may come out of an archive of any size.
-constexpr std::uint64_t harmless = 64U << 20U;
-
 /// Parts of a name.
 constexpr std::ptrdiff_t deepest = 32;
-
-std::uint64_t mostBytes(const fs::path& archive, const UnpackingLimits& limits) {
-    return std::min(limits.bytes, harmless + limits.ratio * fs::file_size(archive));
-}
 
 /// Takes an archive apart entry by entry.
 class Unpacking {
@@ -126,6 +120,7 @@ private:
     void write(zip_uint64_t index, const std::string& name, const fs::path& path) {
         const ArchivedFile source(zip_fopen_index(archive_, index, 0));
         if (!source) fail("{} cannot be unpacked: {}.", name, zip_strerror(archive_));
+        errno = 0;
         std::ofstream file(path, std::ios::binary);
         std::array<char, 65536> block{};
         std::uint64_t left = statedSize(index);
@@ -137,7 +132,7 @@ private:
             if (!file.write(block.data(), size)) break;
         }
         if (size < 0) fail("{} is damaged in the archive.", name);
-        if (!file.flush()) fail("{} cannot be written to {}.", name, target_.string());
+        if (!file.flush()) fail("{} cannot be written to {}: {}.", name, target_.string(), std::strerror(errno));
     }
 
     zip_t* archive_;
@@ -162,7 +157,7 @@ FmuTree::FmuTree(const fs::path& path, const UnpackingLimits& limits) : root_(pa
         fail("The archive holds {} entries; {} are unpacked at most.", zip_get_num_entries(archive.get(), 0),
              limits.files);
     root_ = temporary_.emplace().path();
-    leftOut_ = Unpacking(archive.get(), root_, limits.files, mostBytes(path, limits)).unpack();
+    leftOut_ = Unpacking(archive.get(), root_, limits.files, limits.bytesFrom(path)).unpack();
 }
 
 } // namespace tool

@@ -9,16 +9,10 @@
 #include <string_view>
 #include <vector>
 
+#include "tool/fmu/archive.h"
 #include "tool/os/temporary_folder.h"
 
 namespace tool {
-
-/// What unpacking refuses to go beyond.
-struct UnpackingLimits {
-    std::uint64_t files = 100'000; ///< and folders
-    std::uint64_t bytes = 4ULL << 30;
-    std::uint64_t ratio = 200; ///< of what comes out, its first 64 MiB apart, to the archive's own size
-};
 
 /// An entry of an archive that was not unpacked: an absolute path, "..", a backslash, a link, a name that appears
 /// twice, folders nested too deeply.

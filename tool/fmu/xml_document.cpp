@@ -5,12 +5,17 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <utility>
 
+#include <strings.h>
+
+#include <fmt/format.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 
 #include "tool/os/interruption.h"
+#include "tool/os/text.h"
 
 namespace tool {
 
@@ -36,22 +41,25 @@ bool hasTooManyAttributes(std::string_view text) {
 }
 
 /// The parser knows encodings that take it minutes. The declaration is read here without regard to them: in UTF-16 each
-/// second byte is 0. An encoding that is not told by the first bytes or the declaration is UTF-8.
-bool isOtherEncoding(const std::string& text) {
+/// second byte is 0. An encoding that is not told by the first bytes or the declaration is UTF-8. Gives the name of any
+/// other one than UTF-8 and UTF-16, as far as it is known.
+std::optional<std::string> otherEncoding(const std::string& text) {
     constexpr std::size_t longestDeclaration = 1000;
     const std::string_view starts[] = {{"\x4C\x6F\xA7\x94", 4}, {"<\0\0\0", 4}, {"\0\0", 2}, {"\xFF\xFE\0\0", 4}};
-    if (std::ranges::any_of(starts, [&text](std::string_view start) { return text.starts_with(start); })) return true;
+    if (std::ranges::any_of(starts, [&text](std::string_view start) { return text.starts_with(start); })) return "";
     std::string declaration = text.substr(0, std::min(text.find('>'), longestDeclaration));
     std::erase(declaration, '\0');
-    if (declaration.find("<?xml") == std::string::npos) return false;
-    if (text.find('>') > longestDeclaration) return true;
+    if (declaration.find("<?xml") == std::string::npos) return std::nullopt;
+    if (text.find('>') > longestDeclaration) return "";
     const std::size_t key = declaration.find("encoding");
-    if (key == std::string::npos) return false;
+    if (key == std::string::npos) return std::nullopt;
     const std::size_t start = declaration.find_first_of("\"'", key);
-    const std::string name = start != std::string::npos ? declaration.substr(start + 1) : "";
-    return std::ranges::none_of(std::array{"UTF-8", "UTF-16", "ISO-8859-1", "US-ASCII"}, [&name](const char* known) {
-        return strncasecmp(name.c_str(), known, std::strlen(known)) == 0;
-    });
+    if (start == std::string::npos) return "";
+    const std::size_t end = std::min(declaration.find(declaration[start], start + 1), declaration.size());
+    std::string name = declaration.substr(start + 1, end - start - 1);
+    const auto is = [&name](const char* known) { return strcasecmp(name.c_str(), known) == 0; };
+    return is("UTF-8") || is("UTF-16") || is("UTF-16LE") || is("UTF-16BE") ? std::nullopt
+                                                                           : std::optional(std::move(name));
 }
 
 /// The parser, which replaces no entities, gives an ampersand of an attribute as a character reference, and nothing
@@ -182,8 +190,10 @@ XmlDocument readXml(const std::string& text) {
         document.problem = "There are elements with too many attributes";
         return document;
     }
-    if (isOtherEncoding(text)) {
-        document.problem = "The encoding is none of UTF-8, UTF-16, ISO-8859-1, US-ASCII";
+    if (const auto name = otherEncoding(text)) {
+        document.isOtherEncoding = true;
+        document.problem = fmt::format("The encoding is {}; only UTF-8 and UTF-16 are read",
+                                       name->empty() ? "unknown" : inQuotes(*name));
         return document;
     }
     Builder builder(document);

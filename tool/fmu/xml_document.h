@@ -29,13 +29,14 @@ struct XmlElement {
 
 struct XmlDocument {
     XmlElement root;
-    std::string encoding;    ///< as declared, or empty
-    std::string problem;     ///< why it is not well-formed; empty when it is
-    int problemLine = 0;     ///< where
-    bool hasDoctype = false; ///< reading ended at the document type declaration
+    std::string encoding;         ///< as declared, or empty
+    bool isOtherEncoding = false; ///< neither UTF-8 nor UTF-16: it is not read
+    std::string problem;          ///< why it cannot be read; empty when it can
+    int problemLine = 0;          ///< where
+    bool hasDoctype = false;      ///< reading ended at the document type declaration
 };
 
-/// Parses a text. Depth and sizes are limited, entities of a document type are never expanded.
+/// Parses a text in UTF-8 or UTF-16. Depth and sizes are limited, entities of a document type are never expanded.
 XmlDocument readXml(const std::string& text);
 
 } // namespace tool

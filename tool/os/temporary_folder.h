@@ -24,11 +24,14 @@ class TemporaryFolder {
 public:
     /// Throws UserError when none can be made.
     TemporaryFolder() {
-        throwIfInterrupted();
-        path_ = (temporaryParent() / "tessaro-fmu-XXXXXX").string();
-        if (mkdtemp(path_.data()) == nullptr)
+        if (!isMadeIn(temporaryParent(), "tessaro-fmu-XXXXXX"))
             fail("No temporary folder can be made in {}: {}. The variable TMPDIR names another place.",
                  temporaryParent().string(), std::strerror(errno));
+    }
+    /// A folder beside a file that is about to be written.
+    explicit TemporaryFolder(const std::filesystem::path& file) {
+        if (!isMadeIn(file.parent_path(), ".tessaro-fmu-XXXXXX"))
+            fail("{} cannot be written: {}.", file.string(), std::strerror(errno));
     }
     ~TemporaryFolder() {
         std::error_code ignored;
@@ -40,6 +43,12 @@ public:
     std::filesystem::path path() const { return path_; }
 
 private:
+    bool isMadeIn(const std::filesystem::path& parent, const char* form) {
+        throwIfInterrupted();
+        path_ = (parent / form).string();
+        return mkdtemp(path_.data()) != nullptr;
+    }
+
     std::string path_;
 };
 

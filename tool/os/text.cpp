@@ -11,10 +11,18 @@ namespace tool {
 namespace {
 
 constexpr std::size_t longestQuote = 100;
+constexpr std::size_t longestSentence = 600;
 
 bool isControl(char c) { return (c >= 0 && c < 0x20) || c == 0x7f; }
 
 bool isContinuationByte(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+
+/// The text's beginning, without half a character at its end.
+std::string_view cut(std::string_view text, std::size_t longest) {
+    std::size_t length = std::min(text.size(), longest);
+    while (length > 0 && length < text.size() && isContinuationByte(text[length])) --length;
+    return text.substr(0, length);
+}
 
 std::string escaped(char c) {
     switch (c) {
@@ -86,10 +94,16 @@ std::string printable(std::string_view text) {
     return shown;
 }
 
+std::string readable(std::string_view text) {
+    const std::string shown = printable(cut(text, longestSentence));
+    const std::string_view kept = cut(shown, longestSentence);
+    const bool isWhole = text.size() <= longestSentence && kept.size() == shown.size();
+    return std::string(kept) + (isWhole ? "" : "...");
+}
+
 std::string inQuotes(std::string_view text) {
-    std::size_t length = std::min(text.size(), longestQuote);
-    while (length > 0 && length < text.size() && isContinuationByte(text[length])) --length;
-    return fmt::format("\"{}{}\"", printable(text.substr(0, length)), length < text.size() ? "..." : "");
+    const std::string_view kept = cut(text, longestQuote);
+    return fmt::format("\"{}{}\"", printable(kept), kept.size() < text.size() ? "..." : "");
 }
 
 } // namespace tool

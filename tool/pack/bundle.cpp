@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <sstream>
 #include <string_view>
+#include <utility>
 
 #include "tool/fmu/dependencies.h"
 #include "tool/os/child_process.h"
@@ -36,19 +39,47 @@ std::string lookingBesideItself(const fs::path& library, const fs::path& copy) {
     return readUserFile(copy);
 }
 
+/// The package that a file belongs to; empty when dpkg is missing or knows none. It knows files by the names that they
+/// were installed under, /lib being a link to /usr/lib or not.
+std::string packageOf(const fs::path& file) {
+    const std::string real = fs::canonical(file);
+    const std::string withoutUsr = real.starts_with("/usr/") ? real.substr(4) : real;
+    std::istringstream found;
+    try {
+        found.str(runProgram({{"dpkg-query", "--search", real, withoutUsr}}).output);
+    } catch (const UserError&) {
+    }
+    for (std::string line; std::getline(found, line);) // PACKAGE[:ARCHITECTURE]: FILE, or why there is none
+        if (line.ends_with(": " + real) || line.ends_with(": " + withoutUsr))
+            return line.substr(0, line.find_first_of(":,"));
+    return "";
+}
+
+/// Debian's copyright file of the package.
+std::optional<License> licenseOf(const fs::path& file) {
+    const std::string package = packageOf(file);
+    if (package.empty()) return std::nullopt;
+    const auto text = readFile(fs::path("/usr/share/doc") / package / "copyright");
+    return text ? std::optional(License{package + ".txt", *text}) : std::nullopt;
+}
+
 } // namespace
 
-std::vector<ArchiveEntry> bundleLibraries(const fs::path& library, const std::string& fileName) {
+Bundle bundleLibraries(const fs::path& library, const std::string& fileName, Report& report) {
     const TemporaryFolder folder;
     const fs::path copy = folder.path() / "library";
-    std::vector<ArchiveEntry> entries{{fileName, lookingBesideItself(library, copy), true}};
+    Bundle bundle{{{fileName, lookingBesideItself(library, copy), true}}, {}};
     for (const Dependency& dependency : findDependencies(library)) {
         if (std::ranges::find(systemLibraries, dependency.name) != systemLibraries.end()) continue;
         if (dependency.path.empty())
             fail("{} needs {}, which is not installed here.", library.string(), dependency.name);
-        entries.push_back({dependency.name, lookingBesideItself(dependency.path, copy), true});
+        bundle.libraries.push_back({dependency.name, lookingBesideItself(dependency.path, copy), true});
+        if (auto license = licenseOf(dependency.path))
+            bundle.licenses.push_back(std::move(*license));
+        else
+            report.add("license-missing", {}, "No licence of {} was found.", inQuotes(dependency.path.string()));
     }
-    return entries;
+    return bundle;
 }
 
 } // namespace tool

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "tool/fmu/guid.h"
 #include "tool/fmu/names.h"
 #include "tool/fmu/numbers.h"
 #include "tool/pack/description_rules.h"
@@ -35,7 +36,7 @@ public:
             root.attribute("fmiVersion", "2.0").attribute("guid", guid).optional("description", description_.text);
             root.optional("author", description_.author).optional("version", description_.version);
             root.optional("license", description_.license);
-            root.attribute("generationTool", "tessaro-fmu " TESSARO_VERSION);
+            root.attribute("generationTool", thisTool());
             root.attribute("variableNamingConvention", "structured").attribute("modelName", description_.name);
             writeCoSimulation();
             writeUnits();

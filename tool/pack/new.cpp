@@ -102,7 +102,12 @@ void writeStarter(const std::string& name, const fs::path& folder) {
     for (const fs::path& file : {description, modelTemplate})
         if (fs::exists(fs::symlink_status(file))) fail("{} already exists.", file.string());
     writeNewFile(description, withName(starterDescription, name));
-    writeNewFile(modelTemplate, withName(starterTemplate, name));
+    try {
+        writeNewFile(modelTemplate, withName(starterTemplate, name));
+    } catch (const UserError&) {
+        fs::remove(description);
+        throw;
+    }
 }
 
 } // namespace tool

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <string_view>
 #include <system_error>
@@ -20,6 +22,7 @@
 #include "tool/pack/layout.h"
 #include "tool/pack/model_description_writer.h"
 #include "tool/pack/parameter_file_writer.h"
+#include "tool/pack/template_rules.h"
 
 namespace tool {
 
@@ -70,6 +73,7 @@ public:
         result_.archive = options_.output.empty() ? fs::path(description_.name + ".fmu") : options_.output;
         checkTarget(result_.archive);
         checkInputs();
+        checkDepfile();
         entries_.push_back({descriptionFile, ""});
         addLibraries();
         addDocumentation();
@@ -84,12 +88,42 @@ public:
     }
 
 private:
+    /// The files that the command line and the description name.
+    std::vector<fs::path> namedFiles() const {
+        std::vector<fs::path> files = description_.resources;
+        files.insert(files.end(), {options_.description, description_.modelTemplate, options_.library});
+        return files;
+    }
+
+    /// Before anything is read: neither is an input replaced, nor so much read that it could not be written.
     void checkInputs() const {
-        std::vector<fs::path> inputs = description_.resources;
-        inputs.insert(inputs.end(), {options_.description, description_.modelTemplate, options_.library});
-        for (const fs::path& input : inputs)
+        std::uintmax_t bytes = 0;
+        for (const fs::path& input : namedFiles()) {
             if (isTarget(input))
                 fail("{} is one of the FMU's own inputs: it is not replaced.", result_.archive.string());
+            std::error_code failure;
+            const std::uintmax_t size = fs::file_size(input, failure);
+            if (!failure) bytes += size;
+        }
+        checkBytes(bytes);
+    }
+
+    void checkDepfile() const {
+        if (options_.depfile.empty()) return;
+        std::vector<fs::path> kept = namedFiles();
+        for (const fs::path& file : documentationFiles()) kept.push_back(description_.documentation / file);
+        std::error_code ignored;
+        const auto isDepfile = [&](const fs::path& file) { return fs::equivalent(file, options_.depfile, ignored); };
+        if (std::ranges::any_of(kept, isDepfile))
+            fail("{} is an input of the archive: it is not replaced.", options_.depfile.string());
+        const auto plain = [](const fs::path& file) { return fs::weakly_canonical(fs::absolute(file)); };
+        if (plain(options_.depfile) == plain(result_.archive))
+            fail("{} cannot be both the archive and the list of its inputs.", options_.depfile.string());
+    }
+
+    static void checkBytes(std::uintmax_t bytes) {
+        constexpr UnpackingLimits limits;
+        if (bytes > limits.bytes) fail("The files are more than {} GiB together.", limits.bytes >> 30U);
     }
 
     /// What check and the doctor would refuse to unpack or to read is not written.
@@ -103,7 +137,7 @@ private:
             if (isRead && entry.content.size() > largestFile)
                 fail("{} would be larger than {} MiB.", entry.name, largestFile >> 20U);
         }
-        if (bytes > limits.bytes) fail("The files are more than {} GiB together.", limits.bytes >> 30U);
+        checkBytes(bytes);
         if (entries_.size() > limits.files) fail("There are more than {} files.", limits.files);
     }
 
@@ -112,19 +146,17 @@ private:
         return readUserFile(file);
     }
 
-    /// A rule of make. It replaces no file that the archive was made from.
+    /// A rule of make.
     void writeDepfile() const {
-        std::error_code ignored;
         std::string rule = escaped(fs::absolute(result_.archive)) + ":";
-        for (const fs::path& input : result_.inputs) {
-            if (fs::equivalent(input, options_.depfile, ignored))
-                fail("{} is an input of the archive: it is not replaced.", options_.depfile.string());
-            rule += " \\\n  " + escaped(input);
-        }
+        for (const fs::path& input : result_.inputs) rule += " \\\n  " + escaped(input);
+        errno = 0;
         std::ofstream file(options_.depfile);
         file << rule << "\n";
         file.close();
-        if (!file) fail("{} cannot be written.", options_.depfile.string());
+        if (!file)
+            report_.add("not-packed", {}, "{} cannot be written: {}.", options_.depfile.string(), std::strerror(errno))
+                .why("The archive was written without it.");
     }
 
     void add(std::string name, std::string content, bool isExecutable = false) {
@@ -135,59 +167,79 @@ private:
         systemLibraries_ = inspectLibrary(options_.library).needed;
         result_.inputs.push_back(fs::absolute(options_.library));
         const std::string name = description_.identifier + ".so";
-        std::vector<ArchiveEntry> libraries =
-            options_.bundle ? bundleLibraries(options_.library, name)
-                            : std::vector<ArchiveEntry>{{name, readUserFile(options_.library), true}};
-        for (const ArchiveEntry& library : libraries) {
+        Bundle bundle;
+        if (options_.bundle)
+            bundle = bundleLibraries(options_.library, name, report_);
+        else
+            bundle.libraries.push_back({name, readUserFile(options_.library), true});
+        licenses_ = std::move(bundle.licenses);
+        for (ArchiveEntry& library : bundle.libraries) {
             std::erase(systemLibraries_, library.name);
-            if (library.name == name) continue;
-            result_.bundled.push_back(library.name);
-            result_.bundledBytes += library.content.size();
-        }
-        for (ArchiveEntry& library : libraries)
+            if (library.name != name) {
+                result_.bundled.push_back(library.name);
+                result_.bundledBytes += library.content.size();
+            }
             add(librariesFolder + "/" + library.name, std::move(library.content), true);
+        }
     }
 
     /// The user's own files; what is missing among them is generated.
     void addDocumentation() {
-        const std::vector<fs::path> files = documentationFiles();
-        for (const fs::path& file : files)
+        for (const fs::path& file : documentationFiles()) {
+            checkDocumentationName(file.string());
             add("documentation/" + file.generic_string(), read(description_.documentation / file));
-        const auto isMissing = [&](const char* name) { return std::ranges::find(files, name) == files.end(); };
-        if (isMissing("externalDependencies.txt"))
-            add("documentation/externalDependencies.txt", externalDependencies(description_, systemLibraries_));
-        if (isMissing("index.html")) add("documentation/index.html", indexPage(description_, layout_));
+        }
+        addIfMissing("documentation/externalDependencies.txt", externalDependencies(description_, systemLibraries_));
+        addIfMissing("documentation/index.html", indexPage(description_, layout_));
+        for (const License& license : licenses_) addIfMissing("documentation/licenses/" + license.name, license.text);
+    }
+
+    void checkDocumentationName(const std::string& name) {
+        if (name.find('\\') != std::string::npos || hasControlCharacters(name))
+            report_.add("file-name", {options_.description.string()},
+                        "documentation: {} holds a backslash or a control character.", inQuotes(name));
+    }
+
+    void addIfMissing(const std::string& name, std::string content) {
+        const auto isNamed = [&name](const ArchiveEntry& entry) { return entry.name == name; };
+        if (std::ranges::none_of(entries_, isNamed)) add(name, std::move(content));
     }
 
     /// Relative to the documentation's folder, in an order that does not depend on the file system.
-    std::vector<fs::path> documentationFiles() {
+    std::vector<fs::path> documentationFiles() const {
         std::vector<fs::path> files;
         if (description_.documentation.empty()) return files;
         for (const auto& item : fs::recursive_directory_iterator(description_.documentation)) {
             if (!item.is_regular_file() || isTarget(item)) continue;
             files.push_back(item.path().lexically_relative(description_.documentation));
-            const std::string name = files.back().string();
-            if (name.find('\\') != std::string::npos || hasControlCharacters(name))
-                report_.add("file-name", {options_.description.string()},
-                            "documentation: {} holds a backslash or a control character.", inQuotes(name));
         }
         std::ranges::sort(files);
         return files;
     }
 
     void addResources() {
-        if (!description_.modelTemplate.empty())
-            add(resourcesFolder + "/" + description_.name + ".mdl", read(description_.modelTemplate));
-        add(shapeFileName, fmu2tsPar(description_, layout_));
-        add(nameFileName, mvPar(layout_));
         for (const fs::path& file : description_.resources)
             add(resourcesFolder + "/" + file.filename().string(), read(file));
+        if (!description_.modelTemplate.empty()) addTemplate();
+        add(shapeFileName, fmu2tsPar(description_, layout_));
+        add(nameFileName, mvPar(layout_));
+    }
+
+    void addTemplate() {
+        const std::string text = read(description_.modelTemplate);
+        std::vector<std::string_view> resources;
+        for (const ArchiveEntry& entry : entries_)
+            if (entry.name.starts_with(resourcesFolder)) resources.push_back(entry.content);
+        checkTemplate(description_, text, resources, report_);
+        add(resourcesFolder + "/" + description_.name + std::string(templateExtension), text);
     }
 
     /// Its GUID depends on all that is in the FMU, the rest of itself included.
     void addModelDescription() {
         entries_.front().content = modelDescription(description_, layout_, "");
-        entries_.front().content = modelDescription(description_, layout_, guidOf(entries_));
+        ContentHash hash;
+        for (const ArchiveEntry& entry : entries_) hash.add(entry.name, entry.content);
+        entries_.front().content = modelDescription(description_, layout_, hash.guid());
         checkRootLine(description_, entries_.front().content, report_);
         add(descriptionCopy, entries_.front().content);
     }
@@ -204,6 +256,7 @@ private:
     Layout layout_;
     std::vector<ArchiveEntry> entries_;
     std::vector<std::string> systemLibraries_;
+    std::vector<License> licenses_;
     PackResult result_;
 };
 
