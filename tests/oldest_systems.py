@@ -14,11 +14,17 @@ import subprocess
 import sys
 from pathlib import Path
 
+NUMBER = r"(\d+(?:\.\d+)+)"
+
 Version = tuple[int, ...]
 
 
 def versions(text: str) -> Version:
     return tuple(map(int, text.split(".")))
+
+
+def dotted(version: Version) -> str:
+    return ".".join(map(str, version))
 
 
 def newest_needed(file: Path, name: str) -> Version:
@@ -44,17 +50,18 @@ def promised(readme: Path, pattern: str) -> Version:
 
 
 def main(readme: Path, program: Path, library: Path) -> None:
-    library_glibc = promised(readme, r"library needs glibc ([\d.]+)")
-    library_runtime = promised(readme, r"library needs glibc [\d.]+ and GLIBCXX ([\d.]+)")
-    program_glibc = promised(readme, r"program glibc ([\d.]+)")
-    all_glibc = promised(readme, r"the archive and the wheel glibc ([\d.]+)")
+    all_glibc = promised(readme, rf"the archive and the wheel glibc {NUMBER}")
     if versions(platform.libc_ver()[1]) > all_glibc:
-        print(f"releases are made on a system with glibc {all_glibc}, not with this one")
+        print(f"releases are made on a system with an older glibc than {platform.libc_ver()[1]}")
         sys.exit(77)
-    limits = [(library, "GLIBC", library_glibc), (library, "GLIBCXX", library_runtime), (program, "GLIBC", program_glibc)]
+    limits = [
+        (library, "GLIBC", promised(readme, rf"library needs glibc {NUMBER}")),
+        (library, "GLIBCXX", promised(readme, rf"GLIBCXX {NUMBER}")),
+        (program, "GLIBC", promised(readme, rf"program glibc {NUMBER}")),
+    ]
     limits += [(file, "GLIBC", all_glibc) for file in bundled(program)]
     wrong = [
-        f"{file} needs {name} {found}, the README says {limit}"
+        f"{file} needs {name} {dotted(found)}, the README says {dotted(limit)}"
         for file, name, limit in limits
         if (found := newest_needed(file, name)) > limit
     ]
@@ -64,6 +71,6 @@ def main(readme: Path, program: Path, library: Path) -> None:
 if __name__ == "__main__":
     if sys.argv[1] == "--glibc":
         files = [file for file in Path(sys.argv[2]).rglob("*") if is_compiled(file)]
-        print(".".join(map(str, max(newest_needed(file, "GLIBC") for file in files))))
+        print(dotted(max(newest_needed(file, "GLIBC") for file in files)))
     else:
         main(*map(Path, sys.argv[1:]))

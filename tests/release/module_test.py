@@ -1,5 +1,8 @@
-"""The Python module tessaro_fmu as it is installed; works in an empty or used working directory."""
+"""The Python module tessaro_fmu as it is installed."""
 
+import os
+import subprocess
+import tempfile
 import unittest
 from pathlib import Path
 
@@ -8,7 +11,11 @@ import tessaro_fmu
 
 class Module(unittest.TestCase):
     def setUp(self) -> None:
-        Path("Mass.mdl").write_text('<model>\n  <mass value="@mass@"/>\n</model>\n')
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(folder.name)
+        subprocess.run([tessaro_fmu.PROGRAM, "new", "Block"], check=True, stdout=subprocess.DEVNULL)
 
     def test_an_fmu_is_packed_and_checked(self) -> None:
         packed = tessaro_fmu.pack("Block.toml", "other.fmu", version="7", bundle=True)
