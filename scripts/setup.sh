@@ -20,7 +20,7 @@ groff-base"
     [masters]="python3-venv libtbb12"
     [checks]="clang clang-format clang-tidy libclang-rt-dev procps"
     [benchmarks]="libbenchmark-dev"
-    [release]="python3-venv dpkg-dev debootstrap"
+    [release]="python3-venv dpkg-dev file debootstrap"
 )
 
 groups="build, python, masters, checks, benchmarks, release"
