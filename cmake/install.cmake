@@ -1,10 +1,11 @@
-# What `cmake --install` gives: the library, its public headers, a package for find_package(tessaro_fmu), and the program
-# tessaro-fmu, which tool/CMakeLists.txt adds.
+# What `cmake --install` gives: the library, its public headers, a package for find_package(tessaro_fmu), the documentation
+# with the examples, and the program tessaro-fmu, which tool/CMakeLists.txt adds.
 #
 #   tessaro_fmu::tessaro_fmu        the library, with the headers of its exported functions
 #   tessaro_fmu::access_interface   the header that a solver's interface library is written against, without the library
 #   tessaro_fmu::tessaro-fmu        the program; tessaro_fmu_add_fmu(TARGET DESCRIPTION ...) makes an FMU with it
 include(CMakePackageConfigHelpers)
+set(CMAKE_INSTALL_DOCDIR share/doc/tessaro-fmu CACHE PATH "Documentation")
 include(GNUInstallDirs)
 
 set(header_directory ${CMAKE_INSTALL_INCLUDEDIR}/tessaro_fmu)
@@ -39,3 +40,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/tessaro_fmuConfigVersion.
 install(FILES ${PROJECT_BINARY_DIR}/tessaro_fmuConfig.cmake ${PROJECT_BINARY_DIR}/tessaro_fmuConfigVersion.cmake
         ${CMAKE_CURRENT_LIST_DIR}/tessaro_fmu_add_fmu.cmake
     DESTINATION ${package_directory})
+
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN __pycache__ EXCLUDE)

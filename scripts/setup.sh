@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what a fresh Debian 12 lacks. Quick, and silent, when nothing is missing.
+# Installs what a fresh Debian 12 or 13 lacks. Quick, and silent, when nothing is missing.
 #
 #   scripts/setup.sh GROUP...
 #
@@ -8,6 +8,7 @@
 #   masters     a virtual environment in build/masters for each co-simulation master that the tests try
 #   checks      a second compiler with its fuzzer, formatter, linter
 #   benchmarks  what measures times
+#   release     what scripts/release packs with
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/build_folder.sh"
 
@@ -19,9 +20,10 @@ groff-base"
     [masters]="python3-venv libtbb12"
     [checks]="clang clang-format clang-tidy libclang-rt-dev procps"
     [benchmarks]="libbenchmark-dev"
+    [release]="python3-venv dpkg-dev file debootstrap"
 )
 
-groups="build, python, masters, checks, benchmarks"
+groups="build, python, masters, checks, benchmarks, release"
 
 say() { printf 'set-up: %s\n' "$*"; }
 fail() {
@@ -49,7 +51,7 @@ install_packages() {
     done
     ((${#missing[@]} > 0)) || return 0
 
-    command -v apt-get >/dev/null || fail "no apt-get here; please install what Debian 12 calls: ${missing[*]}"
+    command -v apt-get >/dev/null || fail "no apt-get here; please install what Debian calls: ${missing[*]}"
     if ((EUID != 0)) && ! command -v sudo >/dev/null; then
         fail "neither root nor sudo; please have these packages installed: ${missing[*]}"
     fi
@@ -103,5 +105,6 @@ for group in "$@"; do
     case $group in
         python) make_environment venv demo/requirements.txt ;;
         masters) make_masters ;;
+        release) make_environment release-tools scripts/release.txt ;;
     esac
 done

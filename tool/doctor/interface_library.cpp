@@ -36,20 +36,20 @@ std::string adviceFor(const std::vector<std::string>& missing, const SolverInsta
     return "Install what is missing, or name its folder in LD_LIBRARY_PATH before the master starts.";
 }
 
-/// False with a finding when the library does not load as the FMU loads it.
+/// False with a finding when the library does not load as the FMU loads it. What is missing here is also missing when
+/// this program brings it along and has loaded it already.
 bool examineLoading(const SolverInstallation& installation, const Place& place, Report& report) {
     const fs::path& file = installation.interfaceLibrary;
     const std::string refusal = loadingRefusal(file, RTLD_LAZY | RTLD_DEEPBIND);
-    if (refusal.empty()) return true;
-
     const std::vector<std::string> missing = missingDependencies(file);
-    if (missing.empty())
-        report.add("library-load", place, "The library does not load: {}.", refusal);
-    else
+    if (!missing.empty())
         report.add("library-dependency", place, "The library needs {}, not found here.", fmt::join(missing, ", "))
-            .why(fmt::format("It does not load: {}.", printable(refusal)))
+            .why(refusal.empty() ? "It loads only in a program that brings this along, such as this one."
+                                 : fmt::format("It does not load: {}.", printable(refusal)))
             .fix(adviceFor(missing, installation));
-    return false;
+    else if (!refusal.empty())
+        report.add("library-load", place, "The library does not load: {}.", refusal);
+    return missing.empty() && refusal.empty();
 }
 
 /// Functions that nobody defines show at their first call only, as the FMU loads the library.

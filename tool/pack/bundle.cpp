@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tool/fmu/dependencies.h"
+#include "tool/fmu/elf_file.h"
 #include "tool/os/child_process.h"
 #include "tool/os/files.h"
 #include "tool/os/temporary_folder.h"
@@ -24,8 +25,14 @@ constexpr std::array<std::string_view, 12> systemLibraries{
     "libc.so.6",    "libm.so.6",      "libdl.so.2",  "libpthread.so.0", "librt.so.1",    "libutil.so.1",
     "libmvec.so.1", "libresolv.so.2", "libanl.so.1", "libstdc++.so.6",  "libgcc_s.so.1", "ld-linux-x86-64.so.2"};
 
+bool looksBesideItself(const fs::path& library) {
+    const std::string folders = readLoadingNeeds(ElfFile(library)).runpath;
+    return folders == "$ORIGIN" || folders.starts_with("$ORIGIN:");
+}
+
 /// The file's content, changed so that the loader looks for what it needs beside it first.
 std::string lookingBesideItself(const fs::path& library, const fs::path& copy) {
+    if (looksBesideItself(library)) return readUserFile(library);
     fs::copy_file(library, copy, fs::copy_options::overwrite_existing);
     fs::permissions(copy, fs::perms::owner_all);
     const ChildResult patched = [&] {
