@@ -11,6 +11,7 @@ from scipy.linalg import expm
 
 import report
 from master import Array
+from road import bump
 from session import Session
 
 TITLE = "Quarter car over a bump"
@@ -19,10 +20,8 @@ OUTPUTS = ("z_c", "z_w", "F_s")
 
 
 def input_signal(times: Array) -> Array:
-    """The road: a bump 5 cm high in the shape of a cosine, under the wheel from 0.2 s to 0.6 s."""
-    start, duration, height = 0.2, 0.4, 0.05
-    phase = np.clip((times - start) / duration, 0.0, 1.0)
-    return height / 2.0 * (1.0 - np.cos(2.0 * np.pi * phase))
+    """The road at 10 m/s: the bump is under the wheel from 0.2 s to 0.6 s."""
+    return bump(times, 10.0)
 
 
 def exact(parameters: Mapping[str, float], times: Array, road: Array) -> dict[str, Array]:
