@@ -128,11 +128,13 @@ def progress(runs: Iterable[Run], number: int) -> Iterator[Run]:
 
 def finish(options: argparse.Namespace, rows: list[Row], failures: list[str]) -> int:
     """Writes the table and the map; the exit code is 0 if every run has a result, which is right if asked for."""
-    from study_map import draw
+    import study_map
+    import study_report
 
     write_table(options.out / "study.csv", rows)
-    draw(options.out / "study.png", rows)
-    console.print(f"Written to {options.out}: study.csv, study.png", soft_wrap=True)
+    study_map.draw(options.out / "study.png", rows)
+    study_report.write(options.out / "report.html", rows, ("demo/study", *sys.argv[3:]), options.fmu)
+    console.print(f"Written to {options.out}: study.csv, study.png, report.html", soft_wrap=True)
     if options.verify:
         failures += verify(options.fmu, rows)
     for failure in failures:

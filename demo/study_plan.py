@@ -9,7 +9,7 @@ from car_runs import DESIGN, Parameters
 
 RANGES = {"k_c": (8000.0, 40000.0), "d_c": (400.0, 4000.0), "k_w": (100000.0, 250000.0)}
 """Stiffness and damping of the suspension, stiffness of the tyre: N/m, N s/m, N/m."""
-SPEEDS = (5.0, 10.0, 15.0)
+SPEEDS = (8.0, 12.0, 16.0)
 """Speeds over the bump in m/s. No choice of the designer's, so suspensions are compared at the same speed."""
 
 
