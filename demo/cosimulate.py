@@ -7,15 +7,19 @@ import argparse
 import importlib
 import math
 import sys
-from collections.abc import Mapping
+from collections.abc import Mapping, Sequence
 from pathlib import Path
 from typing import Protocol, cast
 
 import numpy as np
+import plotly.graph_objects as go
 from rich.console import Console
 
 import report
+import run_report
+from figures import Panel
 from master import Array, FmuError, Master, Recording, communication_points
+from page import Page
 from session import Session, show_message
 
 TOLERANCE = 1e-6
@@ -26,6 +30,9 @@ console = Console(highlight=False)
 class Model(Protocol):
     """The module of a model."""
 
+    TITLE: str
+    PANELS: Sequence[Panel]
+    """The panels of the figures over time."""
     NOTHING_MOVES: str
     """The message if the exact solution is constant, so that there is nothing to compare."""
 
@@ -40,6 +47,9 @@ class Model(Protocol):
 
     def draw(self, session: Session, comparison: report.Comparison) -> list[str]:
         """Draws pictures in the session's folder and returns the names of their files."""
+
+    def moving(self, record: Recording) -> go.Figure:
+        """The model in motion."""
 
 
 def main() -> int:
@@ -69,7 +79,11 @@ def main() -> int:
 
     show_time(comparison.record)
     report.write_csv(out / f"{options.model}.csv", master.input.name, comparison)
-    files = [f"{options.model}.csv", *model.draw(session, comparison)]
+    page = Page(model.TITLE)
+    run_report.add_run(page, session, comparison, model.PANELS, model.moving(comparison.record))
+    run_report.add_origin(page, ("demo/run", options.model, *sys.argv[4:]), archive)
+    page.write(out / options.model / "report.html")
+    files = [f"{options.model}.csv", *model.draw(session, comparison), f"{options.model}/report.html"]
     console.print(f"Written to {options.out}: {', '.join(files)}", soft_wrap=True)
     return show_verdict(failures)
 

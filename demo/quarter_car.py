@@ -7,22 +7,24 @@ F_s = k_c (z_w - z_c) + d_c (z_w' - z_c'). The state is (z_c, z_c', z_w, z_w'); 
 from collections.abc import Mapping
 
 import numpy as np
+import plotly.graph_objects as go
 from scipy.linalg import expm
 
+import quarter_car_scene
 import report
-from master import Array
+from master import Array, Recording
+from road import bump
 from session import Session
 
 TITLE = "Quarter car over a bump"
 NOTHING_MOVES = "no step meets the bump"
 OUTPUTS = ("z_c", "z_w", "F_s")
+PANELS = (("m", {"z_c": "#1f5fa8", "z_w": "#e08a2e"}), ("N", {"F_s": "#3a8f4d"}))
 
 
 def input_signal(times: Array) -> Array:
-    """The road: a bump 5 cm high in the shape of a cosine, under the wheel from 0.2 s to 0.6 s."""
-    start, duration, height = 0.2, 0.4, 0.05
-    phase = np.clip((times - start) / duration, 0.0, 1.0)
-    return height / 2.0 * (1.0 - np.cos(2.0 * np.pi * phase))
+    """The road at 5 m/s: the bump is under the wheel from 0.2 s to 0.6 s."""
+    return bump(times, quarter_car_scene.SPEED)
 
 
 def exact(parameters: Mapping[str, float], times: Array, road: Array) -> dict[str, Array]:
@@ -73,3 +75,7 @@ def draw(session: Session, comparison: report.Comparison) -> list[str]:
     """All signals over time, with their errors."""
     report.draw(session.out / "quarter_car.png", TITLE, session.master.input, session.master.outputs, comparison)
     return ["quarter_car.png"]
+
+
+def moving(record: Recording) -> go.Figure:
+    return quarter_car_scene.car(record)

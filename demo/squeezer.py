@@ -3,15 +3,18 @@
 from collections.abc import Mapping
 
 import numpy as np
+import plotly.graph_objects as go
 
 import squeezer_pictures
-from master import Array
+from master import Array, Recording
 from report import Checks, Comparison
 from session import Session
 from squeezer_motion import FORMS, P_BY, F, coordinates, exact
 
-__all__ = ["NOTHING_MOVES", "check", "draw", "exact", "input_signal"]
+__all__ = ["NOTHING_MOVES", "PANELS", "TITLE", "check", "draw", "exact", "input_signal", "moving"]
 
+TITLE = squeezer_pictures.TITLE
+PANELS = squeezer_pictures.PANELS
 NOTHING_MOVES = "the mechanism has no time to move"
 PUBLISHED_TIME = 0.03
 PUBLISHED = {
@@ -50,6 +53,10 @@ def draw(session: Session, comparison: Comparison) -> list[str]:
     squeezer_pictures.draw_signals(session.out / "squeezer.png", comparison)
     squeezer_pictures.animate(session.out / "squeezer.gif", comparison.record)
     return ["squeezer.png", "squeezer.gif"]
+
+
+def moving(record: Recording) -> go.Figure:
+    return squeezer_pictures.moving_links(record)
 
 
 def _published(comparison: Comparison) -> Checks:

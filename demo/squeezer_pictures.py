@@ -1,9 +1,11 @@
 """Pictures of the squeezing mechanism: its signals over time, and an animation of its links."""
 
+from collections.abc import Sequence
 from pathlib import Path
 from typing import Any, TypeVar
 
 import numpy as np
+import plotly.graph_objects as go
 from matplotlib.artist import Artist
 from matplotlib.axes import Axes
 from matplotlib.backends.backend_agg import FigureCanvasAgg
@@ -11,12 +13,14 @@ from matplotlib.figure import Figure
 from matplotlib.lines import Line2D
 from PIL import Image
 
+from figures import moving
 from master import Array, Recording
 from report import Comparison, finish
-from squeezer_motion import ANGLES, ARM_END, FORMS, P_BY, SECOND_ARM_END, A, B, C, ComplexArray, D, F, O, P
+from squeezer_motion import ANGLES, ARM_END, FORMS, P_BY, SECOND_ARM_END, A, B, C, ComplexArray, D, F, O, P, Point
 
 AnyArtist = TypeVar("AnyArtist", bound=Artist)
 
+TITLE = "Andrews' squeezing mechanism: seven bodies in closed loops"
 LINKS = (
     ("crank", (O, F), "#1f5fa8"),
     ("link", (F, P_BY["link"]), "#e08a2e"),
@@ -37,6 +41,11 @@ COLOURS = {
 }
 GREEK = {"beta": "β", "theta": "θ", "gamma": "γ", "phi": "φ", "delta": "δ", "omega": "ω", "epsilon": "ε"}
 POSITIONS = {"F_x": "#1f5fa8", "F_y": "#7fa8d8", "P_x": "#c23b52", "P_y": "#e39aa6"}
+PANELS = (
+    ("rad", {name: COLOURS[name] for name in ANGLES[:2]}),
+    ("rad", {name: COLOURS[name] for name in ANGLES[2:]}),
+    ("m", POSITIONS),
+)
 UNITS = ("rad", "1000 rad/s", "10⁶ rad/s²")
 MOST_FRAMES = 120
 
@@ -45,7 +54,7 @@ def draw_signals(file: Path, comparison: Comparison) -> None:
     """The angles with their derivatives, fast ones separately; the points F and P; and the errors of all signals."""
     figure = Figure(figsize=(12, 12), layout="constrained")
     axes = figure.subplots(4, 2, sharex=True)
-    figure.suptitle("Andrews' squeezing mechanism: seven bodies in closed loops", fontsize=14)
+    figure.suptitle(TITLE, fontsize=14)
     for column, names in enumerate((ANGLES[:2], ANGLES[2:])):
         for order, (form, unit) in enumerate(zip(FORMS, UNITS, strict=True)):
             _draw_angles(axes[order, column], names, form, 1000.0**-order, comparison)
@@ -173,6 +182,32 @@ class _Scene:
     def _added(self, artist: AnyArtist) -> AnyArtist:
         self._moving.append(artist)
         return artist
+
+
+def moving_links(record: Recording) -> go.Figure:
+    """The mechanism in motion, for the report."""
+    angles = np.stack([record.signals[name] for name in ANGLES], axis=-1)
+    fixed = go.Scatter(x=_mm([O, A, B, C], angles[0]).real, y=_mm([O, A, B, C], angles[0]).imag, mode="markers")
+    fixed.update(marker={"symbol": "triangle-up", "size": 14, "color": "#606060"}, name="fixed points")
+
+    def scene(n: int) -> list[go.Scatter]:
+        spring = _zigzag(*_mm([C, D], angles[n]))
+        traces = [fixed, go.Scatter(x=spring.real, y=spring.imag, name="spring", mode="lines", line={"color": "#808080", "width": 1.5})]
+        for name, points, colour in LINKS:
+            places = _mm(points, angles[n])
+            traces.append(go.Scatter(x=places.real, y=places.imag, name=name, line={"color": colour, "width": 5}))
+        for trace in traces:
+            trace.update(hoverinfo="skip")
+        return traces
+
+    figure = moving(scene, record.times, 7.0)
+    figure.update_xaxes(range=[-85, 30], title_text="x in mm")
+    figure.update_yaxes(range=[-30, 80], title_text="y in mm")
+    return figure
+
+
+def _mm(points: Sequence[Point], angles: Array) -> ComplexArray:
+    return 1e3 * np.array([point.position(angles) for point in points])
 
 
 def _place(line: Line2D, places: ComplexArray) -> None:

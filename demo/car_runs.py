@@ -1,0 +1,125 @@
+"""One run of the quarter car, as the workers of a study make it. A worker needs this file, road.py, FMPy and NumPy.
+
+The car drives over a bump. Its comfort is the effective (RMS) acceleration of the body, its road holding the effective
+change of the wheel's load, in the time of the run.
+"""
+
+import hashlib
+import io
+import shutil
+import tempfile
+import threading
+from collections.abc import Iterator, Mapping
+from contextlib import contextmanager
+
+import fmpy
+import numpy as np
+from distributed import Worker, WorkerPlugin, get_worker
+from fmpy.fmi2 import FMU2Slave
+
+from road import Array, bump
+
+Parameters = Mapping[str, float]
+Results = dict[str, float | str]
+
+TIMES = np.append(np.arange(400) * 0.01, 4.0)
+DESIGN = ("k_c", "d_c", "k_w")
+RECORDED = ("der(z_c,2)", "z_w")
+STATIC_LOAD = (400.0 + 40.0) * 9.81
+"""The weight of body and wheel in N."""
+
+
+def run_one(parameters: Parameters) -> Results:
+    """A run on a Dask worker that has the plugin `Car`."""
+    car: Car = get_worker().plugins[Car.name]
+    heights = bump(TIMES, parameters["speed"])
+    return results(parameters, car.run({name: parameters[name] for name in DESIGN}, heights), heights)
+
+
+def results(parameters: Parameters, signals: Mapping[str, Array], heights: Array) -> Results:
+    """What is kept of a run, from the recorded signals at the end of each step."""
+    changes = parameters["k_w"] * (heights[:-1] - signals["z_w"])
+    recorded = np.stack([signals[name] for name in RECORDED])
+    return {
+        "comfort": effective(signals["der(z_c,2)"]),
+        "load_change": effective(changes) / STATIC_LOAD,
+        "least_load": 1.0 + float(np.min(changes)) / STATIC_LOAD,
+        "digest": hashlib.sha256(recorded.tobytes()).hexdigest()[:16],
+    }
+
+
+def effective(signal: Array) -> float:
+    return float(np.sqrt(np.mean(signal**2)))
+
+
+class Car(WorkerPlugin):
+    """The FMU on a worker: unpacked once, with instances that are reused, each by one run at a time."""
+
+    name = "quarter car"
+
+    def __init__(self, archive: bytes) -> None:
+        self._archive = archive
+
+    def setup(self, worker: Worker) -> None:
+        """Called on every worker, also on one that joins later. The folder is on the worker's local disk."""
+        self.unpack(worker.local_directory)
+
+    def teardown(self, worker: Worker) -> None:
+        self.remove()
+
+    def unpack(self, directory: str | None = None) -> None:
+        self._folder = tempfile.mkdtemp(prefix="QuarterCar-", dir=directory)
+        fmpy.extract(io.BytesIO(self._archive), self._folder)
+        self._description = fmpy.read_model_description(self._folder)
+        self._references = {variable.name: variable.valueReference for variable in self._description.modelVariables}
+        self._loading = threading.Lock()
+        self._idle: list[FMU2Slave] = []
+
+    def remove(self) -> None:
+        while self._idle:
+            self._idle.pop().freeInstance()
+        shutil.rmtree(self._folder)
+
+    def run(self, parameters: Parameters, heights: Array) -> dict[str, Array]:
+        """The recorded signals at the end of each step. heights[n] is the road's height over the n-th step."""
+        with self._instance() as fmu:
+            fmu.setupExperiment(startTime=TIMES[0], stopTime=TIMES[-1])
+            fmu.setReal([self._references[name] for name in parameters], list(parameters.values()))
+            fmu.enterInitializationMode()
+            fmu.exitInitializationMode()
+            rows = list(self._steps(fmu, heights))
+            fmu.terminate()
+        return dict(zip(RECORDED, np.array(rows).T.copy(), strict=True))
+
+    def _steps(self, fmu: FMU2Slave, heights: Array) -> Iterator[list[float]]:
+        driven, recorded = [self._references["z_road"]], [self._references[name] for name in RECORDED]
+        for time, length, height in zip(TIMES[:-1].tolist(), np.diff(TIMES).tolist(), heights.tolist()):
+            fmu.setReal(driven, [height])
+            fmu.doStep(time, length)
+            yield fmu.getReal(recorded)
+
+    @contextmanager
+    def _instance(self) -> Iterator[FMU2Slave]:
+        """An instance that no other run has. It is reset and used again, but not after a failure."""
+        fmu = self._taken() or self._loaded()
+        try:
+            yield fmu
+            fmu.reset()
+        except Exception as failure:  # FMPy raises nothing narrower, and its own can't be sent
+            fmu.freeInstance()
+            raise RuntimeError(str(failure)) from None
+        self._idle.append(fmu)
+
+    def _taken(self) -> FMU2Slave | None:
+        try:
+            return self._idle.pop()
+        except IndexError:
+            return None
+
+    def _loaded(self) -> FMU2Slave:
+        """A new instance. FMPy changes the working directory of the process while it loads: one thread at a time."""
+        with self._loading:
+            identifier = self._description.coSimulation.modelIdentifier
+            fmu = FMU2Slave(guid=self._description.guid, modelIdentifier=identifier, unzipDirectory=self._folder)
+        fmu.instantiate()
+        return fmu

@@ -1,0 +1,156 @@
+"""Runs the quarter car for many suspensions, tyres and speeds on Dask, and draws comfort against road holding."""
+
+import argparse
+import hashlib
+import os
+import sys
+import time
+from collections.abc import Iterable, Iterator
+from itertools import islice
+from pathlib import Path
+from typing import TypeVar
+
+from dask.distributed import Client, Future, LocalCluster, as_completed
+from rich.console import Console
+from rich.progress import BarColumn, MofNCompleteColumn, Progress, TextColumn, TimeElapsedColumn
+
+import car_runs
+import road
+from car_runs import Car, Parameters, run_one
+from study_table import Row, Table, write_table
+
+Run = TypeVar("Run")
+
+SENT = (road.__file__, car_runs.__file__)
+"""What the workers import."""
+RUNS_PER_THREAD = 8
+"""Runs that Dask holds for each thread of the cluster: enough to keep all at work, and no more for a million runs."""
+
+console = Console(highlight=False)
+
+
+def main() -> int:
+    options = parse_arguments()
+    plan = planned(options)
+    options.out.mkdir(parents=True, exist_ok=True)
+    archive = options.fmu.read_bytes()
+    with Table(options.out / "journal.csv", origin(archive, options.solver)) as table:
+        left = [parameters for parameters in plan if table.result(parameters) is None]
+        console.print(f"{len(plan)} runs of {options.fmu.name}, {len(plan) - len(left)} of them made before")
+        try:
+            if left:
+                with connect(options) as client:
+                    make_runs(client, archive, left, table)
+        except KeyboardInterrupt:
+            console.print("Interrupted: the same command goes on from here.", style="yellow")
+            return 130
+        rows = [row for parameters in plan if (row := table.result(parameters))]
+        failures = [f"{parameters}: {table.failure(parameters)}" for parameters in plan if table.failure(parameters)]
+    return finish(options, rows, failures)
+
+
+def parse_arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(prog="study", description=__doc__)
+    parser.add_argument("fmu", type=Path, help="the quarter car's FMU")
+    parser.add_argument("solver", type=Path, help="the solver's interface library, on which results depend")
+    parser.add_argument("--out", metavar="DIR", type=Path, default=Path("demo/out/study"), help="for the results")
+    size = parser.add_mutually_exclusive_group()
+    size.add_argument("--runs", metavar="N", type=count, default=200, help="the size of a sample")
+    size.add_argument("--grid", metavar="N", type=count, help="N values of each parameter instead of a sample")
+    where = parser.add_mutually_exclusive_group()
+    where.add_argument("--scheduler", metavar="ADDRESS", help="of a running Dask cluster, such as tcp://host:8786")
+    where.add_argument("--workers", metavar="N", type=count, help="processes on this machine; default: one per core")
+    parser.add_argument("--verify", action="store_true", help="compare each run with one of its own, to the last bit")
+    return parser.parse_args()
+
+
+def count(text: str) -> int:
+    if not (text.isascii() and text.isdigit() and int(text) > 0):
+        raise argparse.ArgumentTypeError(f"'{text}' is not a whole number above 0")
+    return int(text)
+
+
+def planned(options: argparse.Namespace) -> list[Parameters]:
+    from study_plan import grid, sample  # not at the top, which every worker process reads
+
+    return grid(options.grid) if options.grid else sample(options.runs)
+
+
+def origin(archive: bytes, solver: Path) -> str:
+    """What results depend on beside the parameters: the FMU, the solver, and the code that computes them from a run."""
+    content = archive + b"".join(Path(file).read_bytes() for file in (solver, *SENT))
+    return hashlib.sha256(content).hexdigest()[:16]
+
+
+def connect(options: argparse.Namespace) -> Client:
+    """One thread per worker: between the solver's steps a run holds Python's lock."""
+    if options.scheduler:
+        return Client(options.scheduler)
+    workers = options.workers or len(os.sched_getaffinity(0))
+    return Client(LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None))
+
+
+def make_runs(client: Client, archive: bytes, plan: list[Parameters], table: Table) -> None:
+    """Hands the runs to the cluster, a few at a time, and keeps what each of them gives as soon as it is there.
+
+    Dask makes the run of a worker that died again on another one.
+    """
+    for file in SENT:
+        client.upload_file(file)
+    client.register_plugin(Car(archive))
+    waiting = iter(plan)
+    parameters: dict[Future, Parameters] = {}
+
+    def submit(number: int) -> list[Future]:
+        chosen = list(islice(waiting, number))
+        futures: list[Future] = client.map(run_one, chosen, pure=False)
+        parameters.update(zip(futures, chosen, strict=True))
+        return futures
+
+    running = as_completed(submit(RUNS_PER_THREAD * sum(client.nthreads().values())))
+    for future in progress(running, len(plan)):
+        failure = future.exception()
+        table.add(parameters.pop(future), {} if failure else future.result(), str(failure or ""))
+        for next_one in submit(1):
+            running.add(next_one)
+
+
+def progress(runs: Iterable[Run], number: int) -> Iterator[Run]:
+    """The runs, with a bar that shows how many there are, and how many a second."""
+    columns = (BarColumn(), MofNCompleteColumn(), TimeElapsedColumn(), TextColumn("{task.fields[speed]}"))
+    with Progress(*columns, console=console) as bar:
+        task = bar.add_task("", total=number, speed="")
+        start = time.perf_counter()
+        for made, run in enumerate(runs, start=1):
+            yield run
+            bar.update(task, completed=made, speed=f"{made / (time.perf_counter() - start):.1f} runs/s")
+
+
+def finish(options: argparse.Namespace, rows: list[Row], failures: list[str]) -> int:
+    """Writes the table and the map; the exit code is 0 if every run has a result, which is right if asked for."""
+    import study_map
+    import study_report
+
+    write_table(options.out / "study.csv", rows)
+    study_map.draw(options.out / "study.png", rows)
+    study_report.write(options.out / "report.html", rows, ("demo/study", *sys.argv[3:]), options.fmu)
+    console.print(f"Written to {options.out}: study.csv, study.png, report.html", soft_wrap=True)
+    if options.verify:
+        failures += verify(options.fmu, rows)
+    for failure in failures:
+        console.print(f"Failed: {failure}", style="bold red", soft_wrap=True)
+    return 1 if failures else 0
+
+
+def verify(archive: Path, rows: list[Row]) -> list[str]:
+    """Repeats each run on its own; returns what is wrong."""
+    from study_verify import faults
+
+    console.print("Comparing each run with a run of its own, and with the exact solution")
+    found = [fault for fault in progress(faults(archive, rows), len(rows)) if fault]
+    console.print(f"{len(rows) - len(found)} of {len(rows)} runs are equal to a single run, to the last bit")
+    return found
+
+
+if __name__ == "__main__":
+    sys.exit(main())
