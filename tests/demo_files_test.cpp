@@ -95,8 +95,10 @@ TEST(ResultFile, EachOfSeveralRunsAtOnceHasOneOfItsOwn) {
     const Folder results;
     std::vector<Folder> folders(8);
     std::vector<std::unique_ptr<Instance>> cars;
-    for (const Folder& folder : folders)
-        cars.push_back(std::make_unique<Instance>(quarterCar(folder), results.path / "run.csv"));
+    for (std::size_t i = 0; i < 8; ++i) {
+        const fs::path model = quarterCar(folders[i], i % 2 == 0 ? "" : "m_c, 800\n");
+        cars.push_back(std::make_unique<Instance>(model, results.path / "run.csv"));
+    }
 
     std::vector<std::thread> threads;
     for (auto& car : cars)
@@ -112,11 +114,14 @@ TEST(ResultFile, EachOfSeveralRunsAtOnceHasOneOfItsOwn) {
     EXPECT_THAT(namesIn(results), UnorderedElementsAre("run.csv", "run_2.csv", "run_3.csv", "run_4.csv", "run_5.csv",
                                                        "run_6.csv", "run_7.csv", "run_8.csv"));
     std::size_t moved = 0;
-    for (auto& car : cars) {
-        EXPECT_EQ(car->outputs, cars.front()->outputs);
-        EXPECT_EQ(car->messages[2], "");
-        if (!car->messages[1].empty()) ++moved;
-        car->terminate();
+    EXPECT_NE(cars[0]->outputs, cars[1]->outputs) << "a car of another mass";
+    for (std::size_t i = 0; i < 8; ++i) {
+        Instance& car = *cars[i];
+        EXPECT_EQ(car.outputs, cars[i % 2]->outputs);
+        EXPECT_EQ(car.messages[2], "");
+        if (!car.messages[1].empty()) ++moved;
+        car.terminate(); // the others' runs go on
+        EXPECT_THAT(car.messages[0], HasSubstr("The run of 'QuarterCar' ended at 0.2 s.\n"));
     }
     EXPECT_EQ(moved, 7U) << "all runs but one say which file they write";
     for (const std::string& name : namesIn(results)) EXPECT_EQ(linesOf(results.path / name), 22) << name;
@@ -124,8 +129,18 @@ TEST(ResultFile, EachOfSeveralRunsAtOnceHasOneOfItsOwn) {
     Instance next(quarterCar(folders.front()), results.path / "run.csv");
     next.start();
     next.terminate();
-    EXPECT_EQ(linesOf(results.path / "run.csv"), 2) << "the file of a run that is over is replaced";
+    EXPECT_EQ(contentOf(results.path / "run.csv"), "time [s],z_road [m],z_c [m],z_w [m],F_s [N]\n0,0,0,0,0\n")
+        << "the file of a run that is over is replaced";
     EXPECT_EQ(next.messages[1], "");
+}
+
+TEST(ResultFile, IsLeftOutWhenItCannotBeOpened) {
+    const Folder folder;
+    Instance car(quarterCar(folder), folder.path);
+    car.start();
+    car.terminate();
+    EXPECT_EQ(car.messages[1], "The result file '" + folder.path.string() +
+                                   "' can't be opened: Is a directory. The run goes on without it.\n");
 }
 
 TEST(FmuBatch, TakesTheModelInTheSolversReadme) {

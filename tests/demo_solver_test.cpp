@@ -60,35 +60,6 @@ TEST(DemoSolver, OnlyInputsAndTheirDurationsMoveTheCar) {
     varied.terminate();
 }
 
-TEST(DemoSolver, RunsOfSeveralInstancesKeepApart) {
-    const Folder light, heavy;
-    Instance first(quarterCar(light), light.path / "result.csv");
-    Instance second(quarterCar(heavy, "m_c, 800\n"), heavy.path);
-    first.start();
-    second.start();
-    for (int i = 0; i < 5; ++i) {
-        first.deposit(0.05, 0.01 * i);
-        second.deposit(-0.01, 0.01 * i);
-        first.request(0.01 * (i + 1));
-        if (i == 4) first.terminate(); // the other goes on
-        second.request(0.01 * (i + 1));
-    }
-    Instance alone(quarterCar(heavy, "m_c, 800\n"));
-    alone.start();
-    alone.deposit(-0.01, 0);
-    alone.request(0.05);
-    expectSame(second, alone);
-    second.terminate();
-    alone.terminate();
-
-    EXPECT_THAT(first.messages[0], HasSubstr("The run of 'QuarterCar' ended at 0.05 s.\n"));
-    const std::string result = contentOf(light.path / "result.csv");
-    EXPECT_EQ(result.substr(0, result.find("\n0.01,")), "time [s],z_road [m],z_c [m],z_w [m],F_s [N]\n0,0,0,0,0");
-    EXPECT_EQ(std::count(result.begin(), result.end(), '\n'), 7);
-    EXPECT_EQ(second.messages[1], "The result file '" + heavy.path.string() +
-                                      "' can't be opened: Is a directory. The run goes on without it.\n");
-}
-
 TEST(DemoSolver, APendulumOnASpringObeysItsEquations) {
     const Folder folder;
     writeFile(folder.path / "pendulum.xml", R"(<mechanism name="pendulum">
