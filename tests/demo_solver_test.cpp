@@ -60,35 +60,6 @@ TEST(DemoSolver, OnlyInputsAndTheirDurationsMoveTheCar) {
     varied.terminate();
 }
 
-TEST(DemoSolver, RunsOfSeveralInstancesKeepApart) {
-    const Folder light, heavy;
-    Instance first(quarterCar(light), light.path / "result.csv");
-    Instance second(quarterCar(heavy, "m_c, 800\n"), heavy.path);
-    first.start();
-    second.start();
-    for (int i = 0; i < 5; ++i) {
-        first.deposit(0.05, 0.01 * i);
-        second.deposit(-0.01, 0.01 * i);
-        first.request(0.01 * (i + 1));
-        if (i == 4) first.terminate(); // the other goes on
-        second.request(0.01 * (i + 1));
-    }
-    Instance alone(quarterCar(heavy, "m_c, 800\n"));
-    alone.start();
-    alone.deposit(-0.01, 0);
-    alone.request(0.05);
-    expectSame(second, alone);
-    second.terminate();
-    alone.terminate();
-
-    EXPECT_THAT(first.messages[0], HasSubstr("The run of 'QuarterCar' ended at 0.05 s.\n"));
-    const std::string result = contentOf(light.path / "result.csv");
-    EXPECT_EQ(result.substr(0, result.find("\n0.01,")), "time [s],z_road [m],z_c [m],z_w [m],F_s [N]\n0,0,0,0,0");
-    EXPECT_EQ(std::count(result.begin(), result.end(), '\n'), 7);
-    EXPECT_EQ(second.messages[1], "The result file '" + heavy.path.string() +
-                                      "' can't be opened: Is a directory. The run goes on without it.\n");
-}
-
 TEST(DemoSolver, APendulumOnASpringObeysItsEquations) {
     const Folder folder;
     writeFile(folder.path / "pendulum.xml", R"(<mechanism name="pendulum">
@@ -146,38 +117,21 @@ fs::path sliderCrank(const Folder& folder, const std::vector<std::pair<std::stri
     return folder.path / "Crank.xml";
 }
 
-/// The slider's position and the rod's tilt, each with its derivatives by the crank's angle.
-std::array<double, 6> positionsAt(double phi) {
-    const double s = 0.1 * std::sin(phi), c = 0.1 * std::cos(phi), root = std::sqrt(0.25 * 0.25 - s * s);
-    const double slope = -s * c / root, bend = (s * s - c * c - slope * slope) / root;
-    return {c + root, slope - s, bend - c, -std::asin(4 * s), -c / root, (s + c * slope / root) / root};
-}
+// How closed mechanisms move is compared with an exact solution by `demo/run squeezer`.
 
-TEST(DemoSolver, ASliderCrankObeysItsEquations) {
-    const Folder folder;
-    Instance crank(sliderCrank(folder));
-    crank.widths = {4};
-    crank.start();
-    EXPECT_THAT(crank.messages[0], HasSubstr("degrees of freedom: 1"));
-    EXPECT_NEAR(crank.outputs[4], 30, 0.01) << "the speed of the crank stays, the others follow";
-    for (int i = 0; i < 300; ++i) {
-        crank.deposit(i < 150 ? 5 : -3, 1e-3 * i);
-        crank.request(1e-3 * i);
-        const auto y = crank.outputs; // phi, psi, x, F, then their first, then their second derivatives
-        const auto [x, x1, x2, tilt, tilt1, tilt2] = positionsAt(y[0]);
-        const double w = y[4], a = y[8], force = 500 * (0.3 - x) - 8 * x1 * w;
-        const double inertia = 0.02 + 0.5 * 0.1 * 0.1 + 0.01 * tilt1 * tilt1 + 2 * x1 * x1;
-        const double torque = crank.inputs[0] + force * x1 - (0.01 * tilt1 * tilt2 + 2 * x1 * x2) * w * w;
-        EXPECT_NEAR(y[0] + y[1], tilt, 1e-10) << i;
-        EXPECT_NEAR(y[2], x, 1e-10) << i;
-        EXPECT_NEAR(y[3], force, 1e-9 * 100) << i;
-        EXPECT_NEAR(y[6], x1 * w, 1e-9 * 10) << i;
-        EXPECT_NEAR(a, torque / inertia, 1e-9 * 1000) << i;
-        EXPECT_NEAR(y[10], x2 * w * w + x1 * a, 1e-9 * 1000) << i;
-        crank.request(1e-3 * i + 1e-5);
-        EXPECT_NEAR((crank.outputs[7] - y[7]) / 1e-5, (crank.outputs[11] + y[11]) / 2, 1e-5 * 1e6) << i;
+TEST(DemoSolver, TheSpeedOfOneJointOfAClosedMechanismIsEnoughAndAllMayBeStated) {
+    const std::string rod = "-0.69296\"", slider = "0.3331\"";
+    const std::vector<std::pair<std::string, std::string>> all{{rod, rod + " speed=\"-40.73\""},
+                                                               {slider, slider + " speed=\"-1.953\""}};
+    for (const auto& changes : {decltype(all)(), all}) {
+        const Folder folder;
+        Instance crank(sliderCrank(folder, changes));
+        crank.widths = {4};
+        crank.start();
+        EXPECT_THAT(crank.messages[0], HasSubstr("degrees of freedom: 1"));
+        EXPECT_NEAR(crank.outputs[4], 30, 0.01);
+        EXPECT_NEAR(crank.outputs[6], -1.953, 0.001);
     }
-    EXPECT_GT(crank.outputs[0], 7) << "angles count whole turns";
 }
 
 TEST(DemoSolver, AClosedMechanismFollowsADrivenJointEvenWhenClosedTwice) {
@@ -191,8 +145,9 @@ TEST(DemoSolver, AClosedMechanismFollowsADrivenJointEvenWhenClosedTwice) {
     for (const double angle : {0.7, 3.6, -2.0, 20.0}) {
         crank.deposit(angle, time);
         crank.request(time += 0.1);
-        EXPECT_NEAR(crank.outputs[2], positionsAt(angle)[0], 1e-12);
-        EXPECT_NEAR(crank.outputs[0] + crank.outputs[1], positionsAt(angle)[3], 1e-11) << "turns are counted";
+        const double height = 0.1 * std::sin(angle);
+        EXPECT_NEAR(crank.outputs[2], 0.1 * std::cos(angle) + std::sqrt(0.25 * 0.25 - height * height), 1e-12);
+        EXPECT_NEAR(crank.outputs[0] + crank.outputs[1], -std::asin(4 * height), 1e-11) << "turns are counted";
         for (std::size_t k = 4; k < 12; ++k) EXPECT_NEAR(crank.outputs[k], 0, 1e-9) << "output " << k;
     }
 }
@@ -222,16 +177,6 @@ TEST(DemoSolver, ClosuresThatDoNotFitSayWhere) {
         crank.start();
         EXPECT_THAT(crank.messages[2], HasSubstr(says));
     }
-}
-
-TEST(DemoSolver, AClosedMechanismMayStateTheSpeedsOfAllItsJoints) {
-    const Folder folder;
-    const std::string rod = "-0.69296\"", slider = "0.3331\"";
-    Instance crank(sliderCrank(folder, {{rod, rod + " speed=\"-40.73\""}, {slider, slider + " speed=\"-1.953\""}}));
-    crank.widths = {4};
-    crank.start();
-    EXPECT_EQ(crank.messages[2], "");
-    EXPECT_NEAR(crank.outputs[4], 30, 0.01);
 }
 
 TEST(DemoSolver, AStartThatCannotWorkSaysWhy) {

@@ -1,8 +1,6 @@
 // The next run after a reset: it starts from the model's own values, but for those that are set again.
 #include "tests/tools/fmu_test.h"
 
-using testing::ElementsAre;
-
 namespace {
 
 class Reset : public FmuTest {
@@ -58,34 +56,4 @@ TEST_F(Reset, CountsBeforeTheFirstStartAndNoteIsTakenUntilOneSucceeds) {
     setReals({2}, {3});
     fs::rename(files.resources / "away", files.resources / "Model.mdl");
     EXPECT_EQ(linesOfAStart(), "r1, 2.000000\nr2, 3.000000\n");
-}
-
-TEST_F(Reset, OfOneInstanceDoesNotConcernAnother) {
-    instantiate();
-    setReals({0}, {1});
-    fmi2Component other = instance;
-    ASSERT_NE(tryToInstantiate(), nullptr);
-    fmi2Reset(instance);
-    std::swap(instance, other);
-    setReals({1}, {2});
-    EXPECT_EQ(linesOfAStart(), "r0, 1.000000\nr1, 2.000000\n");
-    fmi2FreeInstance(other);
-    release();
-    ASSERT_NE(tryToInstantiate(), nullptr) << "at the address of one that was reset";
-    setReals({0}, {1});
-    EXPECT_EQ(linesOfAStart(), "r0, 1.000000\n");
-}
-
-TEST_F(Reset, RunsOfInstancesInOneFolderGetTheirOwnValues) {
-    instantiate();
-    setReals({0}, {1});
-    const fmi2Component first = instance;
-    ASSERT_NE(tryToInstantiate(), nullptr);
-    setReals({0}, {2});
-    EXPECT_EQ(linesOfAStart(), "r0, 2.000000\n");
-    release();
-    instance = first;
-    EXPECT_EQ(linesOfAStart(), "r0, 1.000000\n");
-    release();
-    EXPECT_THAT(events(), ElementsAre("start", "terminate at 0", "start", "terminate at 0"));
 }

@@ -68,34 +68,28 @@ void countInterrupt(int) { ++nInterrupts; }
 } // namespace
 
 TEST_F(Starting, TheFolderIsLockedUntilTheSolverHasStartedOrFailed) {
-    const auto locked = [this](const Behaviour& behaviour) {
+    for (const Behaviour& behaviour :
+         {Behaviour(), Behaviour().report(error, "no"), Behaviour().raise(Thrown::ownClass)}) {
         bool isLockedDuringStart = false;
+        pid_t child = 0;
         instantiate();
         solver.during(Entry::start) = behaviour;
-        const auto action = behaviour.action;
-        solver.during(Entry::start).run([&, action](void* handle, TScicosAccessAPI2& access) {
+        solver.during(Entry::start).run([&](void*, TScicosAccessAPI2&) {
             isLockedDuringStart = isLocked();
-            if (action) action(handle, access);
+            child = fork();
+            if (child == 0) {
+                pause();
+                _exit(0);
+            }
         });
         enterInitialization();
-        events();
-        EXPECT_FALSE(isLocked());
+        EXPECT_TRUE(isLockedDuringStart);
+        EXPECT_FALSE(isLocked()) << "a process that the solver leaves behind has all descriptors";
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
         if (!isReleased()) release();
-        return isLockedDuringStart;
-    };
-    EXPECT_TRUE(locked(Behaviour()));
-    EXPECT_TRUE(locked(Behaviour().report(error, "no")));
-    EXPECT_TRUE(locked(Behaviour().raise(Thrown::ownClass)));
-    pid_t child = 0;
-    EXPECT_TRUE(locked(Behaviour().run([&](void*, TScicosAccessAPI2&) {
-        child = fork();
-        if (child == 0) {
-            pause();
-            _exit(0);
-        }
-    }))) << "a process that the solver leaves behind has all descriptors";
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    }
+    events();
 }
 
 TEST_F(Starting, AStartWithinAStartDoesNotWaitForIt) {
