@@ -153,6 +153,9 @@ class Packing(unittest.TestCase):
             self.assertIn("\nm: 2 errors, ", told)
         told = self.run_program("pack", "m", m="[model]\nname = 'x'\ntemplate = 't'\n[experiment]\nstep_size = 2\n")[1]
         self.assertRegex(told, "m:1: error: .model. needs the key final_time. (?s:.*)\nm: 1 error, 0 warnings")
+        ports = "".join(f"[[input]]\nsignals = [{{ name = 'u{i}' }}]\n" for i in range(9))
+        told = self.run_program("pack", "m", m="[model]\nname = 'x'\ntemplate = 't'\nfinal_time = 1\n" + ports)[1]
+        self.assertIn("m:1: error: There are 9 input ports. [port-count]", told)
         self.assertIn(": template: t is empty. [template-missing]", self.run_program("pack", "m", m=DESCRIPTION, t="")[1])
         self.assertRegex(self.run_program("pack", "m", m="[model]\n[model]\n")[1], r"^m:2: error: .* \[toml-syntax\]")
         told = self.run_program("pack", "m", m=DESCRIPTION.replace('a \\"', "a" * 1000))[1]
