@@ -98,11 +98,11 @@ class Hostile(unittest.TestCase):
         Path("d/a\\b").touch()
         os.mkfifo("pipe")
 
-    def told(self, *arguments: str, code: int = 1, file_size: int = GIB, **variables: str) -> str:
-        """What it prints in ten seconds of the processor, with 2 GiB of memory, leaving no temporary files."""
+    def told(self, *arguments: str, code: int = 1, file_size: int = GIB, memory: int = 2 * GIB, **variables: str) -> str:
+        """What it prints in ten seconds of the processor, with so much memory, leaving no temporary files."""
 
         def limit() -> None:
-            resource.setrlimit(resource.RLIMIT_AS, (2 * GIB, 2 * GIB))
+            resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
             resource.setrlimit(resource.RLIMIT_CPU, (10, 10))
             resource.setrlimit(resource.RLIMIT_FSIZE, (file_size, file_size))
 
@@ -170,6 +170,10 @@ class Hostile(unittest.TestCase):
         for path in ("no", "n" * 300, "n" * 5000, "m/m", "pipe", "tmp"):
             self.assertGreater(json.loads(self.told("check", "--json", path))["errors"], 0)
         self.assertGreater(json.loads(self.told("doctor", "--solver", "--json"))["errors"], 0)
+        Path("d/modelDescription.xml").write_text("<a>" + "<b/>" * 1_500_000 + "</a>")
+        for call in ("check", "info"):
+            found = json.loads(self.told(call, "--json", "d", memory=GIB // 10))["findings"]
+            self.assertEqual([finding["what"] for finding in found], ["There is not enough memory."])
         for call in ("check", "check a b", "info", "pack", "pack m --nothing", "nonsense", "doctor --time-limit -5 f.fmu", ""):
             found = json.loads(self.told(*call.split(), "--json", code=2))["findings"]
             self.assertEqual([finding["rule"] for finding in found], ["usage"], call)

@@ -87,8 +87,10 @@ MISTAKES = [
     ("max = 1 ", "max = 1, min = 2 ", "min-max", 'The min of "k" is above its max.'),
     ("-2147483648", "-2147483649", "key-value", "start must fit into 32 bits."),
     ('"file"', '"file", unit = "m"', "key-value", "Only a Real has a unit."),
+    ('[{ name = "v" }]', '"v"', "key-value", 'signals must be a list of tables: write [{ name = "..." }].'),
+    ('signals = [{ name = "v" }]', "", "key-missing", "[[input]] needs the key signals."),
     ("m = 1,", "m = 0.5,", "key-value", "m must be an integer."),
-    ('"Boolean"', '"Bool"', "key-value", "type must be Real, Integer, Boolean or String."),
+    ('"Boolean"', '"Bool", unit = "m"', "key-value", "type must be Real, Integer, Boolean or String."),
     ("template", 'library_file = "l.so"\ntemplate', "solver-file-missing", 'library_file: "l.so" is not among the'),
 ]
 
@@ -143,12 +145,17 @@ class Packing(unittest.TestCase):
                 self.assertEqual(code, 1)
                 self.assertIn(f"m:{before.count(chr(10)) + 1}: error: {sentence}", told)
                 self.assertIn(f" [{rule}]\n", told)
-                self.assertIn("\nm: 1 error, ", told)
+                self.assertRegex(told, "\nm: 1 error, [01] warnings?\n$")
         self.assertRegex(self.run_program("pack", "m", m="model = { nam = 'x' }\ninput = 2\n")[1], "(?s)^m:1: .*\nm: 4 errors")
         for table in ("input", "output", "parameter"):
             told = self.run_program("pack", "m", m=f"[model]\nname = '-'\nfinal_time = 1\n[{table}]\nname = 'x'\n")[1]
             self.assertIn(f"\nm:4: error: {table} must be a list of tables: write [[{table}]]. [key-value]\n", told)
             self.assertIn("\nm: 2 errors, ", told)
+        told = self.run_program("pack", "m", m="[model]\nname = 'x'\ntemplate = 't'\n[experiment]\nstep_size = 2\n")[1]
+        self.assertRegex(told, "m:1: error: .model. needs the key final_time. (?s:.*)\nm: 1 error, 0 warnings")
+        ports = "".join(f"[[input]]\nsignals = [{{ name = 'u{i}' }}]\n" for i in range(9))
+        told = self.run_program("pack", "m", m="[model]\nname = 'x'\ntemplate = 't'\nfinal_time = 1\n" + ports)[1]
+        self.assertIn("m:1: error: There are 9 input ports. [port-count]", told)
         self.assertIn(": template: t is empty. [template-missing]", self.run_program("pack", "m", m=DESCRIPTION, t="")[1])
         self.assertRegex(self.run_program("pack", "m", m="[model]\n[model]\n")[1], r"^m:2: error: .* \[toml-syntax\]")
         told = self.run_program("pack", "m", m=DESCRIPTION.replace('a \\"', "a" * 1000))[1]

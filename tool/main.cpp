@@ -290,6 +290,9 @@ private:
             work();
         } catch (const std::bad_alloc&) {
             report.add(rule, {}, "There is not enough memory.");
+        } catch (const fs::filesystem_error& error) {
+            const fs::path& file = error.path2().empty() ? error.path1() : error.path2();
+            report.add(rule, {}, "{}: {}.", file.string(), error.code().message());
         } catch (const std::exception& error) {
             report.add(rule, {}, "{}", error.what());
         }

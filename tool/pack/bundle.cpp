@@ -42,7 +42,9 @@ std::string lookingBesideItself(const fs::path& library, const fs::path& copy) {
             fail("--bundle needs the program patchelf (Debian package patchelf): {}", error.what());
         }
     }();
-    if (patched.exitCode != 0) fail("patchelf cannot change {}: {}", library.string(), patched.output);
+    if (patched.exitCode != 0)
+        fail("patchelf cannot change {}: {}", library.string(),
+             patched.output.empty() ? "it says nothing." : patched.output);
     return readUserFile(copy);
 }
 

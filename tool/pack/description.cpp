@@ -51,7 +51,7 @@ private:
         made_.license = section.text("license").value_or("");
         made_.identifier = section.text("identifier").value_or(identifierFrom(made_.name));
         section.require("final_time");
-        made_.finalTime = section.positive("final_time").value_or(1.0);
+        made_.finalTime = section.positive("final_time").value_or(std::numeric_limits<double>::max());
         made_.needsExecutionTool = section.flag("needs_execution_tool").value_or(true);
         made_.resultFileVariable = section.flag("result_file_variable").value_or(false);
         made_.resultFile =
@@ -141,10 +141,11 @@ private:
             if (port.derivatives < 0 || port.derivatives > 2)
                 report_.add("key-value", section.at("derivatives"), "derivatives must be 0, 1 or 2.");
         }
-        section.require("signals");
+        const toml::node* signals = section.require("signals");
         section.forEachTable("signals", "A signal", R"([{ name = "..." }])",
                              [&](Section& one) { port.signals.push_back(readSignal(one, isOutput)); });
-        if (port.signals.empty()) report_.add("port-empty", section.place(), "A port needs at least one signal.");
+        if (signals != nullptr && signals->is_array() && signals->as_array()->empty())
+            report_.add("port-empty", section.place(), "A port needs at least one signal.");
         ports.push_back(std::move(port));
     }
 
@@ -174,6 +175,7 @@ private:
         } else {
             report_.add("key-value", section.at("type"), "type must be Real, Integer, Boolean or String.");
             for (const char* key : {"start", "min", "max"}) section.find(key);
+            parameter.unit.clear();
         }
         if (type != "Real" && !parameter.unit.empty())
             report_.add("key-value", section.at("unit"), "Only a Real has a unit.");

@@ -110,6 +110,7 @@ private:
 
     void checkDepfile() const {
         if (options_.depfile.empty()) return;
+        if (isFolder(options_.depfile)) fail("{} is a folder: name the list itself.", options_.depfile.string());
         std::vector<fs::path> kept = namedFiles();
         for (const fs::path& file : documentationFiles()) kept.push_back(description_.documentation / file);
         std::error_code ignored;
