@@ -26,6 +26,9 @@ SENT = (road.__file__, car_runs.__file__)
 RUNS_PER_THREAD = 8
 """Runs that Dask holds for each thread of the cluster: enough to keep all at work, and no more for a million runs."""
 
+MOST_SHOWN = 5
+"""Failures that are printed; the journal has all."""
+
 console = Console(highlight=False)
 
 
@@ -137,8 +140,10 @@ def finish(options: argparse.Namespace, rows: list[Row], failures: list[str]) ->
     console.print(f"Written to {options.out}: study.csv, study.png, report.html", soft_wrap=True)
     if options.verify:
         failures += verify(options.fmu, rows)
-    for failure in failures:
+    for failure in failures[:MOST_SHOWN]:
         console.print(f"Failed: {failure}", style="bold red", soft_wrap=True)
+    if len(failures) > MOST_SHOWN:
+        console.print(f"and {len(failures) - MOST_SHOWN} more", style="bold red")
     return 1 if failures else 0
 
 

@@ -6,6 +6,7 @@
 #   build       what the library, the demo's solver and the tests are built with
 #   python      the virtual environment build/venv: the co-simulation master, the plots
 #   masters     a virtual environment in build/masters for each co-simulation master that the tests try
+#   browser     what opens the reports in the tests
 #   checks      a second compiler with its fuzzer, formatter, linter
 #   benchmarks  what measures times
 set -euo pipefail
@@ -17,11 +18,12 @@ libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev uuid-dev nlohmann-json3-d
 groff-base"
     [python]="python3-venv"
     [masters]="python3-venv libtbb12"
+    [browser]="chromium fonts-dejavu-core"
     [checks]="clang clang-format clang-tidy libclang-rt-dev procps"
     [benchmarks]="libbenchmark-dev"
 )
 
-groups="build, python, masters, checks, benchmarks"
+groups="build, python, masters, browser, checks, benchmarks"
 
 say() { printf 'set-up: %s\n' "$*"; }
 fail() {
