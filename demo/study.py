@@ -2,6 +2,7 @@
 
 import argparse
 import hashlib
+import logging
 import os
 import sys
 import time
@@ -26,6 +27,8 @@ SENT = (road.__file__, car_runs.__file__)
 RUNS_PER_THREAD = 8
 """Runs that Dask holds for each thread of the cluster: enough to keep all at work, and no more for a million runs."""
 
+LEAVE_INTERRUPTS = "import signal; signal.signal(signal.SIGINT, signal.SIG_IGN)"
+"""What local workers do first: Ctrl-C at the terminal reaches them also, but this process ends them."""
 MOST_SHOWN = 5
 """Failures that are printed; the journal has all."""
 
@@ -90,7 +93,8 @@ def connect(options: argparse.Namespace) -> Client:
     if options.scheduler:
         return Client(options.scheduler)
     workers = options.workers or len(os.sched_getaffinity(0))
-    return Client(LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None))
+    settings = {"dashboard_address": None, "silence_logs": logging.ERROR, "preload": LEAVE_INTERRUPTS}
+    return Client(LocalCluster(n_workers=workers, threads_per_worker=1, **settings))
 
 
 def make_runs(client: Client, archive: bytes, plan: list[Parameters], table: Table) -> None:

@@ -6,7 +6,7 @@
 #   build       what the library, the demo's solver and the tests are built with
 #   python      the virtual environment build/venv: the co-simulation master, the plots
 #   masters     a virtual environment in build/masters for each co-simulation master that the tests try
-#   browser     what opens the reports in the tests
+#   browser     what opens the reports in tests
 #   checks      a second compiler with its fuzzer, formatter, linter
 #   benchmarks  what measures times
 set -euo pipefail
