@@ -81,9 +81,13 @@ class Car(WorkerPlugin):
         self._idle: list[FMU2Slave] = []
 
     def remove(self) -> None:
-        while self._idle:
-            self._idle.pop().freeInstance()
+        self.release()
         shutil.rmtree(self._folder)
+
+    def release(self) -> None:
+        """Frees the instances that no run has; the next run gets a new one."""
+        while fmu := self._taken():
+            fmu.freeInstance()
 
     def run(self, parameters: Parameters, heights: Array) -> dict[str, Array]:
         """The recorded signals at the end of each step. heights[n] is the road's height over the n-th step."""

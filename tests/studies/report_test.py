@@ -9,10 +9,8 @@ from pathlib import Path
 from typing import ClassVar
 
 from browser import Visit, chromium, visit
+from demo_fmus import INSTALLATION, ROOT, pack
 
-ROOT = Path(__file__).resolve().parents[2]
-BUILD = ROOT / "build" / "release"
-sys.path.insert(0, str(ROOT / "demo"))
 import study_plan
 import study_report
 
@@ -50,19 +48,11 @@ POINT = """new Promise(done => {
 """What is shown with the pointer at the first point."""
 
 
-def pack(description: str, folder: Path) -> Path:
-    """A demo model's FMU."""
-    archive = folder / f"{Path(description).stem}.fmu"
-    command = [BUILD / "tessaro-fmu", "pack", ROOT / "demo" / "models" / description, "--output", archive]
-    subprocess.run(command, check=True, capture_output=True)
-    return archive
-
-
 def drive(model: str, folder: Path, *options: str) -> Path:
     """The report of a run of a demo model."""
-    archive = pack(f"{model}/{model}.toml", folder)
+    archive = pack(model, folder)
     command = [sys.executable, ROOT / "demo" / "cosimulate.py", model, archive, folder, *options]
-    environment = os.environ | {"KORVAN_FMU_ROOT": str(BUILD / "installation")}
+    environment = os.environ | {"KORVAN_FMU_ROOT": str(INSTALLATION)}
     result = subprocess.run(command, env=environment, capture_output=True, text=True)
     if result.returncode != 0:
         raise RuntimeError(result.stdout + result.stderr)
@@ -75,7 +65,7 @@ def draw_study(folder: Path) -> Path:
         {**run, "comfort": run["k_c"] / 2e4, "load_change": 100.0 / run["d_c"], "least_load": run["d_c"] / 1e3 - 0.6}
         for run in study_plan.sample(40)
     ]
-    archive = pack("quarter_car/quarter_car.toml", folder)
+    archive = pack("quarter_car", folder)
     study_report.write(folder / "report.html", rows, ("demo/study", "--runs", "40"), archive)
     return folder / "report.html"
 

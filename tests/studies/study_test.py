@@ -10,15 +10,18 @@ import tempfile
 import time
 import unittest
 from collections.abc import Callable
+from contextlib import chdir
 from pathlib import Path
 from typing import ClassVar
+from unittest import mock
 
 import psutil
+from demo_fmus import INSTALLATION, ROOT, pack
 
-ROOT = Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "demo"))
+import study_costs
 import study_map
 import study_plan
+from car_runs import Car
 from study_table import Table
 
 RUNS = 12
@@ -110,7 +113,7 @@ class Studies(unittest.TestCase):
 
     def test_a_running_cluster_makes_the_runs(self) -> None:
         """Its worker does not know the demo's code, and makes two runs at a time on threads."""
-        address = self.start_cluster(KORVAN_FMU_ROOT=str(ROOT / "build" / "release" / "installation"))
+        address = self.start_cluster(KORVAN_FMU_ROOT=str(INSTALLATION))
         self.assert_complete(Study(self.folder, "--scheduler", address, "--verify"))
 
     def test_runs_that_fail_are_reported(self) -> None:
@@ -136,6 +139,18 @@ class Studies(unittest.TestCase):
         process = subprocess.Popen(dask, cwd=self.folder, env=environment, **quiet)
         self.addCleanup(process.wait)
         self.addCleanup(process.terminate)
+
+
+class Costs(unittest.TestCase):
+    def test_at_most_a_fifth_of_a_run_is_beside_the_solvers_steps(self) -> None:
+        folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.enterContext(mock.patch.dict(os.environ, KORVAN_FMU_ROOT=str(INSTALLATION)))
+        self.enterContext(chdir(folder))
+        car = Car(pack("quarter_car", folder).read_bytes())
+        car.unpack()
+        self.addCleanup(car.remove)
+        costs = study_costs.measured(lambda: car.run(study_costs.PARAMETERS, study_costs.HEIGHTS), 4)
+        self.assertLess(costs.beside(), 0.2 * costs.all)
 
 
 class Journals(unittest.TestCase):
