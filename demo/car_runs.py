@@ -6,6 +6,7 @@ change of the wheel's load, in the time of the run.
 
 import hashlib
 import io
+import platform
 import shutil
 import tempfile
 import threading
@@ -33,7 +34,11 @@ def run_one(parameters: Parameters) -> Results:
     """A run on a Dask worker that has the plugin `Car`."""
     car: Car = get_worker().plugins[Car.name]
     heights = bump(TIMES, parameters["speed"])
-    return results(parameters, car.run({name: parameters[name] for name in DESIGN}, heights), heights)
+    try:
+        signals = car.run({name: parameters[name] for name in DESIGN}, heights)
+    except Exception as failure:  # FMPy raises nothing narrower, and its own exceptions can't be sent
+        raise RuntimeError(f"{failure} on {platform.node()}; `tessaro-fmu doctor` there says why") from None
+    return results(parameters, signals, heights)
 
 
 def results(parameters: Parameters, signals: Mapping[str, Array], heights: Array) -> Results:
@@ -76,9 +81,13 @@ class Car(WorkerPlugin):
         self._idle: list[FMU2Slave] = []
 
     def remove(self) -> None:
-        while self._idle:
-            self._idle.pop().freeInstance()
+        self.release()
         shutil.rmtree(self._folder)
+
+    def release(self) -> None:
+        """Frees the instances that no run has; the next run gets a new one."""
+        while fmu := self._taken():
+            fmu.freeInstance()
 
     def run(self, parameters: Parameters, heights: Array) -> dict[str, Array]:
         """The recorded signals at the end of each step. heights[n] is the road's height over the n-th step."""
@@ -105,9 +114,9 @@ class Car(WorkerPlugin):
         try:
             yield fmu
             fmu.reset()
-        except Exception as failure:  # FMPy raises nothing narrower, and its own can't be sent
+        except Exception:
             fmu.freeInstance()
-            raise RuntimeError(str(failure)) from None
+            raise
         self._idle.append(fmu)
 
     def _taken(self) -> FMU2Slave | None:

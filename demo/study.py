@@ -2,6 +2,7 @@
 
 import argparse
 import hashlib
+import logging
 import os
 import sys
 import time
@@ -25,6 +26,11 @@ SENT = (road.__file__, car_runs.__file__)
 """What the workers import."""
 RUNS_PER_THREAD = 8
 """Runs that Dask holds for each thread of the cluster: enough to keep all at work, and no more for a million runs."""
+
+LEAVE_INTERRUPTS = "import signal; signal.signal(signal.SIGINT, signal.SIG_IGN)"
+"""What local workers do first: Ctrl-C at the terminal reaches them also, but this process ends them."""
+MOST_SHOWN = 5
+"""Failures that are printed; the journal has all."""
 
 console = Console(highlight=False)
 
@@ -87,7 +93,8 @@ def connect(options: argparse.Namespace) -> Client:
     if options.scheduler:
         return Client(options.scheduler)
     workers = options.workers or len(os.sched_getaffinity(0))
-    return Client(LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None))
+    settings = {"dashboard_address": None, "silence_logs": logging.ERROR, "preload": LEAVE_INTERRUPTS}
+    return Client(LocalCluster(n_workers=workers, threads_per_worker=1, **settings))
 
 
 def make_runs(client: Client, archive: bytes, plan: list[Parameters], table: Table) -> None:
@@ -137,8 +144,10 @@ def finish(options: argparse.Namespace, rows: list[Row], failures: list[str]) ->
     console.print(f"Written to {options.out}: study.csv, study.png, report.html", soft_wrap=True)
     if options.verify:
         failures += verify(options.fmu, rows)
-    for failure in failures:
+    for failure in failures[:MOST_SHOWN]:
         console.print(f"Failed: {failure}", style="bold red", soft_wrap=True)
+    if len(failures) > MOST_SHOWN:
+        console.print(f"and {len(failures) - MOST_SHOWN} more", style="bold red")
     return 1 if failures else 0
 
 

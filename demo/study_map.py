@@ -53,6 +53,11 @@ def draw(file: Path, rows: Iterable[Row]) -> None:
     figure.savefig(file, dpi=120)
 
 
+def place(row: Row) -> tuple[float, float]:
+    """Where a run is on the map."""
+    return float(row["comfort"]), 100.0 * float(row["load_change"])
+
+
 def places(rows: Iterable[Row]) -> tuple[list[float], list[float]]:
-    pairs = [(float(row["comfort"]), 100.0 * float(row["load_change"])) for row in rows]
+    pairs = [place(row) for row in rows]
     return [comfort for comfort, _ in pairs], [change for _, change in pairs]

@@ -43,6 +43,7 @@ class Table:
         whole = content[: content.rfind("\n") + 1]
         header, *lines = csv.reader(whole.splitlines()) if whole else [[]]
         if tuple(header) != JOURNAL:
+            self._stream.close()
             raise SystemExit(f"study: {self._file} is no journal of this study: move it away, or choose another --out")
         self._stream.seek(0)
         self._stream.truncate(len(whole.encode()))

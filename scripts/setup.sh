@@ -6,6 +6,7 @@
 #   build       what the library, the demo's solver and the tests are built with
 #   python      the virtual environment build/venv: the co-simulation master, the plots
 #   masters     a virtual environment in build/masters for each co-simulation master that the tests try
+#   browser     what opens the reports in tests
 #   checks      a second compiler with its fuzzer, formatter, linter
 #   benchmarks  what measures times
 #   release     what scripts/release packs with
@@ -18,12 +19,13 @@ libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev uuid-dev nlohmann-json3-d
 groff-base"
     [python]="python3-venv"
     [masters]="python3-venv libtbb12"
+    [browser]="chromium fonts-dejavu-core"
     [checks]="clang clang-format clang-tidy libclang-rt-dev procps"
     [benchmarks]="libbenchmark-dev"
     [release]="python3-venv dpkg-dev file debootstrap"
 )
 
-groups="build, python, masters, checks, benchmarks, release"
+groups="build, python, masters, browser, checks, benchmarks, release"
 
 say() { printf 'set-up: %s\n' "$*"; }
 fail() {

@@ -63,7 +63,15 @@ def visit(browser: str, page: Path, width: int, script: str) -> Visit:
 
 
 async def _visit(browser: str, address: str, width: int, script: str) -> Visit:
-    tab = _Tab(await websocket_connect(browser, max_message_size=2**28))
+    connection = await websocket_connect(browser, max_message_size=2**28)
+    try:
+        return await _look(_Tab(connection), address, width, script)
+    finally:
+        connection.close()
+        await connection.read_message()  # the answer, after which the connection is closed
+
+
+async def _look(tab: "_Tab", address: str, width: int, script: str) -> Visit:
     await tab.open()
     window = {"width": width, "height": 900, "deviceScaleFactor": 1, "mobile": width < 600}
     await tab.call("Emulation.setDeviceMetricsOverride", **window)
