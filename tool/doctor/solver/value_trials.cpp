@@ -1,0 +1,181 @@
+#include "tool/doctor/solver/value_trials.h"
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <optional>
+
+#include "resources/model_generation.h"
+#include "tool/doctor/solver/scenarios.h"
+#include "tool/doctor/solver/start_values.h"
+#include "tool/fmu/location.h"
+#include "tool/os/files.h"
+
+namespace tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t mostTried = 50;
+
+void makeModelFile(const fs::path& resources, const ShapeFile& shape, const std::vector<Setting>& settings,
+                   SessionReport& report) {
+    SetInstance set(shape, settings);
+    report.begin("the translation");
+    if (fmu_generate_xml(encodedLocation(resources).c_str(), set.instance()) != 0)
+        report.add("model-not-made", fmt::format("The translator leaves no model file. The master's log will say {}.",
+                                                 set.errors().empty() ? "nothing" : '"' + set.errors().back() + '"'));
+    report.begin("");
+    report.end();
+}
+
+/// The last line that is not empty.
+std::string lastLine(const std::string& text) {
+    const std::size_t end = text.find_last_not_of(" \r\n");
+    if (end == std::string::npos) return "";
+    const std::size_t start = text.find_last_of('\n', end);
+    return text.substr(start == std::string::npos ? 0 : start + 1, end - (start == std::string::npos ? 0 : start + 1) + 1);
+}
+
+class ValueTrials {
+public:
+    ValueTrials(const Fmu& fmu, const WorkingCopy& copy, const SessionPlan& plan, double timeLimit,
+                const PartRunner& runner, Report& report)
+        : fmu_(fmu), copy_(copy), plan_(plan), timeLimit_(timeLimit), runner_(runner), report_(report),
+          settables_(settablesOf(fmu)) {}
+
+    void run() {
+        std::vector<const Settable*> without;
+        for (const Settable& settable : settables_) {
+            if (models_.size() + refused_ >= mostTried || isLate()) {
+                report_.skips(fmt::format("parameters and inputs after the first {}", models_.size() + refused_));
+                break;
+            }
+            if (tryOne(settable) == Effect::none) without.push_back(&settable);
+        }
+        reportWithoutEffect(without);
+        if (refused_ == 0) tryAll();
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    enum class Effect { none, some, unknown };
+
+    struct Trial {
+        std::optional<std::string> model; ///< nothing when none was made
+        std::string refusal;
+    };
+
+    bool isLate() const { return std::chrono::duration<double>(Clock::now() - start_).count() > timeLimit_; }
+
+    Trial translate(const std::vector<Setting>& settings) {
+        const fs::path file = copy_.root() / fmu_.modelFile();
+        fs::remove(file);
+        const PartResult result = runner_.run(
+            {fmu_.modelTemplate(), "", "trying values with the translator",
+             [&](SessionReport& report) { makeModelFile(copy_.resources(), fmu_.shape, settings, report); }});
+        Trial trial;
+        if (result.outcome.facts.empty()) {
+            trial.model = readFile(file);
+        } else {
+            trial.refusal = lastLine(result.output);
+            if (trial.refusal.empty()) trial.refusal = result.outcome.facts.back().what;
+        }
+        fs::remove(file);
+        return trial;
+    }
+
+    /// What is refused with the start value also is no matter of the value.
+    Effect tryOne(const Settable& settable) {
+        const Trial changed = translate({{&settable, Choice::changed}});
+        if (changed.model) {
+            models_.emplace_back(&settable, *changed.model);
+            const bool canHaveEffect = settable.isParameter() && canBeChanged(settable);
+            if (!canHaveEffect) return Effect::unknown;
+            return *changed.model == plan_.model ? Effect::none : Effect::some;
+        }
+        const Trial start = translate({{&settable, Choice::start}});
+        if (start.model) return Effect::unknown;
+        ++refused_;
+        report_.add("value-refused", settable.place, "The translator refuses {}: {}.", shown(settable),
+                    start.refusal);
+        return Effect::unknown;
+    }
+
+    static std::string shown(const Settable& settable) {
+        const DescribedVariable& variable = *settable.variable;
+        return fmt::format("the {} {}{}", settable.isParameter() ? "parameter" : "input", inQuotes(variable.name),
+                           settable.nameInModel == variable.name
+                               ? ""
+                               : fmt::format(", for the solver {}", inQuotes(settable.nameInModel)));
+    }
+
+    /// A solver may read the value file itself: then no model file shows a value.
+    void reportWithoutEffect(const std::vector<const Settable*>& without) {
+        const auto parameters = std::ranges::count_if(settables_, &Settable::isParameter);
+        for (const Settable* settable : without)
+            report_.add("value-without-effect", settable->place, "The model file is the same whatever value {} has{}.",
+                        shown(*settable),
+                        std::ssize(without) == parameters ? ", as with all other parameters" : "");
+    }
+
+    /// Values that the translator takes one by one may still be too much for it together, or for the solver.
+    void tryAll() {
+        std::vector<Setting> settings;
+        for (const auto& [settable, model] : models_) settings.push_back({settable, Choice::changed});
+        const Trial all = translate(settings);
+        if (!all.model) return reportTogether();
+        if (!failureWith(*all.model)) return;
+        for (const auto& [settable, model] : models_) {
+            if (isLate()) break;
+            if (const auto failure = failureWith(model))
+                report_.add("value-fails", settable->place, "With another value of {}: {}", shown(*settable),
+                            *failure);
+        }
+    }
+
+    void reportTogether() {
+        std::vector<Setting> settings;
+        for (const auto& [settable, model] : models_) settings.push_back({settable, Choice::start});
+        if (const Trial start = translate(settings); !start.model)
+            report_.add("value-refused", {nameFileName}, "The translator refuses all parameters and inputs together: {}.",
+                        start.refusal);
+    }
+
+    /// What is wrong in a short run with a model; nothing when all is well.
+    std::optional<std::string> failureWith(const std::string& model) {
+        SessionPlan plan = plan_;
+        plan.model = model;
+        fs::remove(copy_.root() / fmu_.modelFile());
+        const PartResult result = runner_.run({plan.library.string(), "", "trying values with the solver",
+                                               [&](SessionReport& report) { runOnce(plan, report); }});
+        const SessionFact* error = result.firstError();
+        return error != nullptr ? std::optional(error->what) : std::nullopt;
+    }
+
+    const Fmu& fmu_;
+    const WorkingCopy& copy_;
+    const SessionPlan& plan_;
+    double timeLimit_;
+    const PartRunner& runner_;
+    Report& report_;
+    std::vector<Settable> settables_;
+    std::vector<std::pair<const Settable*, std::string>> models_; ///< of those that the translator takes
+    std::size_t refused_ = 0;
+    Clock::time_point start_ = Clock::now();
+};
+
+} // namespace
+
+void makeModelFile(const fs::path& resources, const ShapeFile& shape, SessionReport& report) {
+    makeModelFile(resources, shape, {}, report);
+}
+
+void tryValues(const Fmu& fmu, const WorkingCopy& copy, const SessionPlan& plan, double timeLimit,
+               const PartRunner& runner, Report& report) {
+    ValueTrials(fmu, copy, plan, timeLimit, runner, report).run();
+}
+
+} // namespace tool
