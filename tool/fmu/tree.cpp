@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -137,7 +139,7 @@ private:
             if (!file.write(block.data(), size)) break;
         }
         if (size < 0) fail("{} is damaged in the archive.", name);
-        if (!file.flush()) fail("{} cannot be written to {}.", name, target_.string());
+        if (!file.flush()) fail("{} cannot be written to {}: {}.", name, target_.string(), std::strerror(errno));
     }
 
     zip_t* archive_;

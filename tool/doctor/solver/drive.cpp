@@ -63,13 +63,26 @@ SessionPlan planOf(const SolverCheck& check, const WorkingCopy& copy, const Work
             check.timeLimit / 2};
 }
 
-/// False when the solver cannot be driven any further.
-bool runSolver(const SessionPlan& plan, PartRunner& runner) {
-    const std::string place = plan.library.string();
-    return runner.runAndAdd({place, "solver prints", "driving the solver for a few steps",
-                             [&](SessionReport& report) { runOnce(plan, report); }}) &&
-           runner.runAndAdd({place, "solver prints", "driving the solver through many runs",
-                             [&](SessionReport& report) { runRepeatedly(plan, report); }});
+void driveCopies(const SolverCheck& check, const WorkingCopy& copy, const WorkingCopy& other, Report& report) {
+    const Fmu& fmu = check.fmu;
+    PartRunner runner(copy.root(), check.timeLimit, report);
+    const fs::path modelFile = copy.root() / fmu.modelFile();
+    const bool isGenerated = !fs::exists(modelFile);
+    const auto translate = [&](SessionReport& session) { makeModelFile(copy.resources(), fmu.shape, session); };
+    if (!runner.runAndAdd({fmu.modelTemplate(), "translator prints", "making the model file", translate})) return;
+
+    const SessionPlan plan = planOf(check, copy, other);
+    const std::string library = plan.library.string();
+    const auto runFirst = [&](SessionReport& session) { runOnce(plan, session); };
+    const auto runFurther = [&](SessionReport& session) { runRepeatedly(plan, session); };
+    const bool isFaultless =
+        runner.runAndAdd({library, "solver prints", "driving the solver for a few steps", runFirst});
+    if (isGenerated && fs::exists(modelFile))
+        report.add("model-file-left", {library}, "The solver leaves the generated model file, {}.", fmu.modelFile());
+    if (isFaultless &&
+        runner.runAndAdd({library, "solver prints", "driving the solver through many runs", runFurther, false}) &&
+        isGenerated)
+        tryValues(fmu, copy, plan, check.timeLimit, runner, report);
 }
 
 } // namespace
@@ -78,20 +91,12 @@ void driveSolver(const SolverCheck& check, Report& report) {
     const Fmu& fmu = check.fmu;
     if (hasTooManyVariables(fmu.shape)) return report.skips("the solver, since the FMU has too many variables");
     report.looksAt("the solver");
-    const WorkingCopy copy(fmu), other(fmu);
-    PartRunner runner(copy.root(), check.timeLimit, report);
-    const fs::path modelFile = copy.root() / fmu.modelFile();
-    const bool isGenerated = !fs::exists(modelFile);
-    const auto translate = [&](SessionReport& session) { makeModelFile(copy.resources(), fmu.shape, session); };
-    if (!runner.runAndAdd({fmu.modelTemplate(), "translator prints", "making the model file", translate})) return;
-
-    const SessionPlan plan = planOf(check, copy, other);
-    const bool isDriven = runSolver(plan, runner);
-    if (!isGenerated) return;
-    if (fs::exists(modelFile))
-        report.add("model-file-left", {check.library.string()}, "The solver leaves the generated model file, {}.",
-                   fmu.modelFile());
-    if (isDriven) tryValues(fmu, copy, plan, check.timeLimit, runner, report);
+    try {
+        const WorkingCopy copy(fmu), other(fmu);
+        driveCopies(check, copy, other, report);
+    } catch (const UserError& error) {
+        report.add("temporary-folder", {}, "{}", error.what());
+    }
 }
 
 } // namespace tool

@@ -24,14 +24,17 @@ constexpr std::size_t mostSignalsShown = 200;
 
 using Clock = std::chrono::steady_clock;
 
-/// Columns of a list, each as wide as its longest entry.
+/// Columns with headings, each as wide as its longest entry; those without entries are left out.
 class Table {
 public:
     using Row = std::array<std::string, 6>;
 
+    explicit Table(const Row& headings) : rows_{headings} {}
+
     void add(const Row& row) {
         rows_.push_back(row);
-        for (std::size_t i = 0; i < row.size(); ++i) widths_[i] = std::max(widths_[i], row[i].size());
+        for (std::size_t i = 0; i < row.size(); ++i)
+            if (!row[i].empty()) widths_[i] = std::max({widths_[i], row[i].size(), rows_[0][i].size()});
     }
 
     std::string text() const {
@@ -56,7 +59,7 @@ public:
     explicit LongRuns(const SessionContext& context) : context_(context), plan_(context.plan) {}
 
     void run() {
-        if (!makeFirstRun()) return;
+        if (!makeFirstRun()) return noteCounts();
         const int stepsEach = std::max(10, (nSteps - steps_ + nRuns - 2) / (nRuns - 1));
         ResourceUse warm{};
         for (runs_ = 1; runs_ < nRuns; ++runs_) {
@@ -68,9 +71,7 @@ public:
     }
 
 private:
-    bool isLate() const {
-        return std::chrono::duration<double>(Clock::now() - start_).count() > plan_.patience;
-    }
+    bool isLate() const { return std::chrono::duration<double>(Clock::now() - start_).count() > plan_.patience; }
 
     /// To the final time and with driven inputs, so that the values at its end say something.
     bool makeFirstRun() {
@@ -94,8 +95,7 @@ private:
             if (!session.step(plan_.stepSize)) return false;
             ++steps_;
         }
-        if (!isLate()) judgeSteps(warm, resourceUse(), number - warmSteps);
-        return true;
+        return isLate() || isFrugal(warm, resourceUse(), number - warmSteps);
     }
 
     bool makeRun(int number) {
@@ -107,35 +107,39 @@ private:
         return session.end();
     }
 
-    void judgeSteps(const ResourceUse& before, const ResourceUse& after, int number) {
+    /// False when steps leave something; what runs leave would be the same again.
+    bool isFrugal(const ResourceUse& before, const ResourceUse& after, int number) {
         const std::int64_t bytes = (after.residentBytes - before.residentBytes) / number;
+        const int descriptors = after.descriptors - before.descriptors;
         if (bytes >= mostBytesOfAStep)
-            context_.report.add("memory-grows", fmt::format("Each step takes {} more bytes of memory, over {} steps.",
-                                                            bytes, number));
-        if (const int more = after.descriptors - before.descriptors; more >= number / 2)
+            context_.report.add("memory-grows",
+                                fmt::format("Each step takes {} more bytes of memory, over {} steps.", bytes, number));
+        if (descriptors >= number / 2)
             context_.report.add("descriptors-grow",
-                                fmt::format("{} steps leave {} more files open.", number, more));
+                                fmt::format("{} steps leave {} more files open.", number, descriptors));
+        return bytes < mostBytesOfAStep && descriptors < number / 2;
     }
 
     void judgeRuns(const ResourceUse& before, const ResourceUse& after) {
         constexpr int number = nRuns - firstRunsCounted;
         const std::int64_t bytes = (after.residentBytes - before.residentBytes) / number;
         if (bytes >= mostBytesOfARun)
-            context_.report.add("memory-grows", fmt::format("Each run leaves {} more bytes in memory, over {} runs.",
-                                                            bytes, number));
+            context_.report.add("memory-grows",
+                                fmt::format("Each run leaves {} more bytes in memory, over {} runs.", bytes, number));
         if (const int more = after.descriptors - before.descriptors; more >= number / 2)
             context_.report.add("descriptors-grow", fmt::format("{} runs leave {} more files open.", number, more));
     }
 
     void noteCounts() {
-        context_.report.note("solver", fmt::format("driven through {} runs in a row with {} steps of {} s in all",
-                                                   runs_, steps_, plan_.stepSize));
+        context_.report.note("solver",
+                             fmt::format("driven through {} of {} runs in a row, with {} steps of {} s in all{}", runs_,
+                                         nRuns, steps_, plan_.stepSize, isLate() ? ", in half the time limit" : ""));
     }
 
     /// Beside each other what the description and what the solver calls a port, and its values.
     void noteSignals(const Session& session, const std::vector<double>& first) {
-        Table table;
-        table.add({"port", "variable", "unit", "solver's label", "at 0 s", fmt::format("at {:.6g} s", session.time())});
+        Table table(
+            {"port", "variable", "unit", "solver's label", "at 0 s", fmt::format("at {:.6g} s", session.time())});
         const std::vector<double> last = session.outputs();
         std::size_t output = 0, shown = 0;
         for (const Signal& signal : plan_.signals) {
@@ -158,8 +162,8 @@ private:
 } // namespace
 
 void runLong(const SessionContext& context) {
-    if (context.plan.shape.countOf(Type::real).value_or(0) > mostReals) return;
-    LongRuns(context).run();
+    if (context.plan.shape.countOf(Type::real).value_or(0) <= mostReals) return LongRuns(context).run();
+    context.report.note("solver", fmt::format("not driven through many runs: more than {} reals", mostReals));
 }
 
 } // namespace tool

@@ -6,8 +6,8 @@
 
 namespace tool {
 
-/// Makes 20 runs with at least 1,000 steps in all, unless the plan's patience ends or a run fails. The first one goes to
-/// the final time, if that is within 1,000 steps.
+/// Makes 20 runs with at least 1,000 steps in all, unless the plan's patience ends or a run fails. The first one goes
+/// to the final time, if that is within 1,000 steps.
 void runLong(const SessionContext& context);
 
 } // namespace tool

@@ -5,8 +5,8 @@
 
 #include <fmt/format.h>
 
-#include "tool/doctor/progress.h"
 #include "tool/os/child_process.h"
+#include "tool/os/progress.h"
 
 namespace tool {
 
@@ -24,8 +24,7 @@ std::string shownOutput(std::string text) {
 std::optional<SessionFact> badEndOf(const ChildResult& child, const SessionOutcome& outcome, double timeLimit) {
     const std::string place = outcome.unfinished.empty() ? "between the calls" : "in " + outcome.unfinished;
     if (child.timedOut)
-        return SessionFact{"solver-hang",
-                           fmt::format("The solver did not return within {} s, {}.", timeLimit, place)};
+        return SessionFact{"solver-hang", fmt::format("The solver did not return within {} s, {}.", timeLimit, place)};
     if (child.signal != 0)
         return SessionFact{"solver-crash",
                            fmt::format("The solver ends the process {}: {}.", place, strsignal(child.signal))};
@@ -64,7 +63,8 @@ bool PartRunner::runAndAdd(const Part& part) {
 }
 
 void PartRunner::add(const Part& part, const PartResult& result) {
-    for (const std::string& message : result.outcome.messages) report_.note("solver says", message);
+    if (part.passesMessages)
+        for (const std::string& message : result.outcome.messages) report_.note("solver says", message);
     std::set<std::size_t> rules;
     for (const auto& [rule, what] : result.outcome.facts) {
         rules.insert(rule.index());

@@ -17,6 +17,7 @@ struct Part {
     const char* speaker; ///< heads what it prints
     std::string purpose; ///< what it does, for people who wait
     std::function<void(SessionReport&)> run;
+    bool passesMessages = true; ///< what the solver says becomes notes
 };
 
 /// What came of a part.

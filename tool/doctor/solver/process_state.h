@@ -20,7 +20,7 @@ public:
 private:
     std::string locale_;
     std::filesystem::path directory_;
-    unsigned control_ = 0;    ///< of the SSE unit, without what calculations leave in it
+    unsigned control_ = 0;   ///< of the SSE unit, without what calculations leave in it
     unsigned short x87_ = 0; ///< the same of the x87 unit
 };
 

@@ -83,7 +83,7 @@ private:
     std::atomic<const char*> entryPoint_ = nullptr;
     const std::thread::id thread_ = std::this_thread::get_id();
     std::list<MallocText> paths_;
-    std::map<std::pair<bool, int>, std::string> labels_; ///< by direction, true for inputs, and port
+    std::map<std::pair<bool, int>, std::string> labels_;      ///< by direction, true for inputs, and port
     std::vector<double> nowhere_ = std::vector<double>(1024); ///< where ports that do not exist point to
     int errorCode_ = 0;
     bool terminating_ = false;

@@ -1,7 +1,6 @@
 #include "tool/doctor/solver/session.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <typeinfo>
 
 #include <cxxabi.h>
@@ -10,6 +9,7 @@
 #include "tool/doctor/solver/process_state.h"
 #include "tool/fmu/location.h"
 #include "tool/os/files.h"
+#include "tool/os/user_error.h"
 
 namespace tool {
 
@@ -41,15 +41,26 @@ Session::Session(const SessionContext& context, const fs::path& resources, const
                 context.plan.orders) {}
 
 bool Session::start() {
-    if (!isRegularFile(model_)) std::ofstream(model_, std::ios::binary) << context_.plan.model;
+    if (!provideModel()) return false;
     instance_.reset();
     const EntryPoints& entryPoints = context_.library.entryPoints();
-    auto& access = *accesses_.emplace_back(
-        std::make_unique<RecordingAccess>(instance_, context_.report, entryPoints));
+    auto& access = *accesses_.emplace_back(std::make_unique<RecordingAccess>(instance_, context_.report, entryPoints));
     if (!enter(startName, "", [&] { entryPoints.start(handle(), &access); })) return false;
     instance_.record().state = stateStepComplete;
     instance_.record().plant = &access;
     return true;
+}
+
+/// As the FMU has the translator make it, before each start that does not find it.
+bool Session::provideModel() {
+    if (isRegularFile(model_)) return true;
+    try {
+        writeNewFile(model_, context_.plan.model);
+        return true;
+    } catch (const UserError& error) {
+        context_.report.add("model-not-made", error.what());
+        return false;
+    }
 }
 
 bool Session::step(double size) {
@@ -92,9 +103,8 @@ std::vector<double> Session::outputs(int order) const {
 }
 
 bool Session::deposit(double time, const std::string& remark) {
-    return enter(depositName, remark, [&] {
-        context_.library.entryPoints().deposit(handle(), 1, accesses_.back().get(), time);
-    });
+    return enter(depositName, remark,
+                 [&] { context_.library.entryPoints().deposit(handle(), 1, accesses_.back().get(), time); });
 }
 
 /// One call of an entry point under watch; false when the run is over after it.

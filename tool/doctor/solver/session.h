@@ -23,7 +23,8 @@ struct SessionContext {
 class Session {
 public:
     /// The instance's resources are in `resources`. `resultPrefix` begins the name of its result file.
-    Session(const SessionContext& context, const std::filesystem::path& resources, const std::string& resultPrefix = "");
+    Session(const SessionContext& context, const std::filesystem::path& resources,
+            const std::string& resultPrefix = "");
 
     // Each is false when the run is over; what was wrong is reported.
 
@@ -47,6 +48,7 @@ public:
 
 private:
     void* handle() { return &instance_.record(); }
+    bool provideModel();
     bool deposit(double time, const std::string& remark);
     template <typename Call>
     bool enter(const char* name, const std::string& remark, const Call& call);

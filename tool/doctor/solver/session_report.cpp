@@ -51,6 +51,7 @@ void SessionReport::note(std::string_view heading, const std::string& lines) {
 void SessionReport::end() { write("end", "", ""); }
 
 bool SessionReport::isNew(std::string_view rule, const std::string& text) {
+    if (isQuiet_) return false;
     const std::lock_guard lock(mutex_);
     const std::string name(rule);
     if (rules_.count(name) >= mostFactsOfARule || !told_.insert(name + '\n' + text).second) return false;

@@ -2,6 +2,7 @@
 // that nothing is lost when the solver ends the process.
 #pragma once
 
+#include <atomic>
 #include <mutex>
 #include <set>
 #include <string>
@@ -20,6 +21,9 @@ public:
 
     /// Under which circumstances everything happens from now on, for findings: "After a reset". Empty: nothing special.
     void setSituation(const std::string& situation);
+
+    /// Nothing is a fault from now on: facts and messages are dropped.
+    void setQuiet(bool isQuiet) { isQuiet_ = isQuiet; }
 
     /// Says what is done now; an empty text ends it.
     void begin(const std::string& action);
@@ -42,6 +46,7 @@ private:
     void write(std::string_view key, std::string_view rule, std::string_view text);
 
     int descriptor_;
+    std::atomic<bool> isQuiet_ = false;
     std::mutex mutex_;
     std::string situation_;
     std::set<std::string> told_;

@@ -8,7 +8,7 @@ namespace tool {
 
 namespace {
 
-constexpr double realChange = 0.00137; ///< odd, so that no template has the value by chance
+constexpr double realChange = 0.00137;   ///< odd, so that no template has the value by chance
 constexpr double leastRealChange = 2e-6; ///< shows in the six decimals of the value file
 
 /// A value beside the start value, within the limits; the start value when there is none.
@@ -52,8 +52,7 @@ std::vector<Settable> settablesOf(const Fmu& fmu) {
         const std::uint32_t reference = *variable.reference;
         const std::int32_t count = fmu.shape.countOf(variable.type).value_or(0);
         if (!list.isKnown || reference >= list.names.size() || static_cast<std::int64_t>(reference) >= count) continue;
-        settables.push_back(
-            {&variable, std::string(list.names[reference]), {nameFileName, list.lineOf(reference)}});
+        settables.push_back({&variable, std::string(list.names[reference]), {nameFileName, list.lineOf(reference)}});
     }
     return settables;
 }
@@ -61,8 +60,7 @@ std::vector<Settable> settablesOf(const Fmu& fmu) {
 bool canBeChanged(const Settable& settable) {
     const DescribedVariable& variable = *settable.variable;
     if (variable.type == Type::real) return realOf(variable, Choice::start) != realOf(variable, Choice::changed);
-    return variable.type != Type::integer ||
-           integerOf(variable, Choice::start) != integerOf(variable, Choice::changed);
+    return variable.type != Type::integer || integerOf(variable, Choice::start) != integerOf(variable, Choice::changed);
 }
 
 SetInstance::SetInstance(const ShapeFile& shape, const std::vector<Setting>& settings) {

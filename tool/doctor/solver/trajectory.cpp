@@ -34,7 +34,7 @@ struct Deviation {
     /// Of a derivative that is 0 throughout although its value changes it is infinite.
     double relative() const { return most > 0 ? most / scale : 0; }
     std::string text() const {
-        return scale == 0 && most == 0 ? "0 throughout" : fmt::format("off by {:.1g} of {:.3g} at most", most, scale);
+        return scale == 0 && most == 0 ? "0 throughout" : fmt::format("{:.1g} beside {:.3g}", most, scale);
     }
 };
 
@@ -42,8 +42,7 @@ Deviation deviationOf(const Trajectory& run, Values values, Values derivatives, 
     Deviation deviation{0, largest(run, derivatives, signal)};
     for (std::size_t i = 1; i < run.size(); ++i) {
         const Moment &before = run[i - 1], &after = run[i];
-        const double quotient =
-            ((after.*values)[signal] - (before.*values)[signal]) / (after.time - before.time);
+        const double quotient = ((after.*values)[signal] - (before.*values)[signal]) / (after.time - before.time);
         const double mean = ((before.*derivatives)[signal] + (after.*derivatives)[signal]) / 2;
         deviation.most = std::max(deviation.most, std::abs(quotient - mean));
     }
@@ -80,14 +79,15 @@ std::string derivativeDeviations(const Trajectory& run, const SessionPlan& plan)
         port.first = std::max(port.first, deviationOf(run, &Moment::values, &Moment::first, k), isLess);
         port.second = std::max(port.second, deviationOf(run, &Moment::first, &Moment::second, k), isLess);
     }
-    std::string lines;
+    std::string lines = "largest distance from the differences of the values, beside the largest derivative";
+    const std::size_t heading = lines.size();
     for (const auto& [number, port] : ports) {
         const int order = plan.orders.at(static_cast<std::size_t>(number));
         if (order == 0) continue;
-        lines += fmt::format("{}output port {}: first {}", lines.empty() ? "" : "\n", number, port.first.text());
+        lines += fmt::format("\noutput port {}: first {}", number, port.first.text());
         if (order > 1) lines += fmt::format("; second {}", port.second.text());
     }
-    return lines;
+    return lines.size() > heading ? lines : "";
 }
 
 } // namespace tool

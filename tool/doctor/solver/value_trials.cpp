@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <map>
 #include <optional>
+#include <sstream>
 
 #include "resources/model_generation.h"
 #include "tool/doctor/solver/scenarios.h"
@@ -30,12 +30,13 @@ void makeModelFile(const fs::path& resources, const ShapeFile& shape, const std:
     report.end();
 }
 
-/// The last line that is not empty.
+/// The last line of the translator. What the shell says, of the second place of a translator, is left out.
 std::string lastLine(const std::string& text) {
-    const std::size_t end = text.find_last_not_of(" \r\n");
-    if (end == std::string::npos) return "";
-    const std::size_t start = text.find_last_of('\n', end);
-    return text.substr(start == std::string::npos ? 0 : start + 1, end - (start == std::string::npos ? 0 : start + 1) + 1);
+    std::istringstream lines(text);
+    std::string last;
+    for (std::string line; std::getline(lines, line);)
+        if (!line.empty() && !line.starts_with("sh: ")) last = line;
+    return last;
 }
 
 class ValueTrials {
@@ -68,14 +69,16 @@ private:
         std::string refusal;
     };
 
-    bool isLate() const { return std::chrono::duration<double>(Clock::now() - start_).count() > timeLimit_; }
+    bool isLate() const { return hung_ || std::chrono::duration<double>(Clock::now() - start_).count() > timeLimit_; }
 
     Trial translate(const std::vector<Setting>& settings) {
         const fs::path file = copy_.root() / fmu_.modelFile();
         fs::remove(file);
-        const PartResult result = runner_.run(
-            {fmu_.modelTemplate(), "", "trying values with the translator",
-             [&](SessionReport& report) { makeModelFile(copy_.resources(), fmu_.shape, settings, report); }});
+        const PartResult result =
+            runner_.run({fmu_.modelTemplate(), "", "trying values with the translator", [&](SessionReport& report) {
+                             makeModelFile(copy_.resources(), fmu_.shape, settings, report);
+                         }});
+        hung_ = hung_ || result.timedOut;
         Trial trial;
         if (result.outcome.facts.empty()) {
             trial.model = readFile(file);
@@ -96,11 +99,10 @@ private:
             if (!canHaveEffect) return Effect::unknown;
             return *changed.model == plan_.model ? Effect::none : Effect::some;
         }
-        const Trial start = translate({{&settable, Choice::start}});
+        const Trial start = hung_ ? changed : translate({{&settable, Choice::start}});
         if (start.model) return Effect::unknown;
         ++refused_;
-        report_.add("value-refused", settable.place, "The translator refuses {}: {}.", shown(settable),
-                    start.refusal);
+        report_.add("value-refused", settable.place, "The translator refuses {}: {}.", shown(settable), start.refusal);
         return Effect::unknown;
     }
 
@@ -117,8 +119,7 @@ private:
         const auto parameters = std::ranges::count_if(settables_, &Settable::isParameter);
         for (const Settable* settable : without)
             report_.add("value-without-effect", settable->place, "The model file is the same whatever value {} has{}.",
-                        shown(*settable),
-                        std::ssize(without) == parameters ? ", as with all other parameters" : "");
+                        shown(*settable), std::ssize(without) == parameters ? ", as with all other parameters" : "");
     }
 
     /// Values that the translator takes one by one may still be too much for it together, or for the solver.
@@ -131,8 +132,7 @@ private:
         for (const auto& [settable, model] : models_) {
             if (isLate()) break;
             if (const auto failure = failureWith(model))
-                report_.add("value-fails", settable->place, "With another value of {}: {}", shown(*settable),
-                            *failure);
+                report_.add("value-fails", settable->place, "With another value of {}: {}", shown(*settable), *failure);
         }
     }
 
@@ -140,8 +140,8 @@ private:
         std::vector<Setting> settings;
         for (const auto& [settable, model] : models_) settings.push_back({settable, Choice::start});
         if (const Trial start = translate(settings); !start.model)
-            report_.add("value-refused", {nameFileName}, "The translator refuses all parameters and inputs together: {}.",
-                        start.refusal);
+            report_.add("value-refused", {nameFileName},
+                        "The translator refuses all parameters and inputs together: {}.", start.refusal);
     }
 
     /// What is wrong in a short run with a model; nothing when all is well.
@@ -151,6 +151,7 @@ private:
         fs::remove(copy_.root() / fmu_.modelFile());
         const PartResult result = runner_.run({plan.library.string(), "", "trying values with the solver",
                                                [&](SessionReport& report) { runOnce(plan, report); }});
+        hung_ = hung_ || result.timedOut;
         const SessionFact* error = result.firstError();
         return error != nullptr ? std::optional(error->what) : std::nullopt;
     }
@@ -164,6 +165,7 @@ private:
     std::vector<Settable> settables_;
     std::vector<std::pair<const Settable*, std::string>> models_; ///< of those that the translator takes
     std::size_t refused_ = 0;
+    bool hung_ = false; ///< a process did not end in time: no further one is begun
     Clock::time_point start_ = Clock::now();
 };
 

@@ -38,7 +38,8 @@ public:
 
     /// A value of an output port, or its derivative of the first or second order.
     double output(int port, int signal, int order) const {
-        return outputs_[static_cast<std::size_t>(port)][order * static_cast<int>(record_.outputPortSize[port]) + signal];
+        return outputs_[static_cast<std::size_t>(port)]
+                       [order * static_cast<int>(record_.outputPortSize[port]) + signal];
     }
 
     /// Prepares for an entry point. What the solver does not read, which is all but the inputs, gets some of its last

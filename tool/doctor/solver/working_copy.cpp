@@ -34,8 +34,7 @@ WorkingCopy::WorkingCopy(const Fmu& fmu) {
         const fs::path description = fmu.root() / descriptionFile;
         if (fs::exists(description)) copyFile(description, root() / descriptionFile);
     } catch (const fs::filesystem_error& error) {
-        fail("The FMU's resources cannot be copied to {} for the solver: {}.", root().string(),
-             error.code().message());
+        fail("The FMU's resources cannot be copied to {} for the solver: {}.", root().string(), error.code().message());
     }
 }
 

@@ -1,4 +1,4 @@
-#include "tool/doctor/progress.h"
+#include "tool/os/progress.h"
 
 #include <cstdio>
 
@@ -13,13 +13,6 @@ Progress::Progress(const std::string& what) : isShown_(isatty(STDERR_FILENO) == 
 
 Progress::~Progress() {
     if (isShown_) std::fputs("\r\x1b[K", stderr);
-}
-
-void announceForeignCode() {
-    static bool isAnnounced = false;
-    if (!isAnnounced)
-        std::fputs("tessaro-fmu: doctor now loads the solver's library and the FMU's: their code runs.\n", stderr);
-    isAnnounced = true;
 }
 
 } // namespace tool
