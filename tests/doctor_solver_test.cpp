@@ -52,8 +52,8 @@ TEST(DoctorOfSolvers, NamesWhatIsWrongInAShortRun) {
         {"alter the directory",
          "warning directory-changed: " + request + " changes the process's working directory to \"/\"."},
         {"alter the rounding", "warning floating-point-changed: " + request +
-                                    " changes the process's floating-point environment: the rounding, the rounding of "
-                                    "long double."},
+                                   " changes the process's floating-point environment: the rounding, the rounding of "
+                                   "long double."},
     };
     for (const auto& [misbehaviour, told] : misbehaviours)
         EXPECT_EQ(toldAfter(std::string("SOLVER=--solver; misbehave '") + misbehaviour + "'", true), told);
@@ -74,6 +74,8 @@ TEST(DoctorOfSolvers, DrivesTheSolverAsMastersDo) {
         {"count all runs",
          "error run-differs: Beside a second instance: output port 0, signal 0 is 2 instead of 1 at 0.01 s."},
         {"remember the folder", "error solver-error: In another folder: The solver reports in blkStart: no model"},
+        {"fail late", "error solver-crash: The solver ends the process in " + request +
+                          " for 1.01 s (In long use): Segmentation fault."},
         {"leave a file open in each run", "warning descriptors-grow: In long use: 15 runs leave 15 more files open."},
         {"leave a file open in each step",
          "warning descriptors-grow: In long use: 360 steps leave 360 more files open."},

@@ -64,6 +64,7 @@ void misbehave(void* handle, Access* access) {
     if (does("talk")) std::printf("%0*d\nthe last words\n", 3 << 20, 0);
     if (does("crash")) std::raise(SIGSEGV);
     if (does("hang")) pause();
+    if (does("fail late") && requests[handle] > 100) std::raise(SIGSEGV);
     if (does("exit")) _exit(3);
     if (does("break")) throw std::runtime_error("the spring broke");
     if (does("report an error")) access->MessageHandler(handle, "the spring broke", 2);

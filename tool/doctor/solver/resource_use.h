@@ -10,6 +10,7 @@ struct ResourceUse {
     int descriptors = 0;
 };
 
+/// Effect on the process: gives free memory back to the system.
 ResourceUse resourceUse();
 
 } // namespace tool

@@ -66,9 +66,9 @@ bool Session::provideModel() {
 bool Session::step(double size) {
     const double time = instance_.record().time;
     const double end = time + size;
-    if (!deposit(time, fmt::format(" at {} s", time))) return false;
+    if (!deposit(time, fmt::format(" at {:.9g} s", time))) return false;
     const auto request = [&] { context_.library.entryPoints().request(handle(), accesses_.back().get(), end); };
-    if (!enter(requestName, fmt::format(" for {} s", end), request)) return false;
+    if (!enter(requestName, fmt::format(" for {:.9g} s", end), request)) return false;
     instance_.record().time = end;
     return true;
 }

@@ -66,7 +66,8 @@ std::string differenceOf(const Trajectory& run, const Trajectory& expected, cons
         for (std::size_t k = 0; k < outputs.size(); ++k) {
             const double is = run[i].values[k], should = expected[i].values[k];
             if (std::abs(is - should) <= tolerance * largest(expected, &Moment::values, k)) continue;
-            return fmt::format("{} is {} instead of {} at {} s", outputs[k].place(), is, should, run[i].time);
+            return fmt::format("{} is {:.9g} instead of {:.9g} at {:.9g} s", outputs[k].place(), is, should,
+                               run[i].time);
         }
     return "";
 }

@@ -47,22 +47,15 @@ public:
           settables_(settablesOf(fmu)) {}
 
     void run() {
-        std::vector<const Settable*> without;
-        for (const Settable& settable : settables_) {
-            if (models_.size() + refused_ >= mostTried || isLate()) {
-                report_.skips(fmt::format("parameters and inputs after the first {}", models_.size() + refused_));
-                break;
-            }
-            if (tryOne(settable) == Effect::none) without.push_back(&settable);
-        }
-        reportWithoutEffect(without);
-        if (refused_ == 0) tryAll();
+        std::size_t tried = 0;
+        while (tried < std::min(settables_.size(), mostTried) && !isLate()) tryOne(settables_[tried++]);
+        if (tried < settables_.size()) report_.skips(fmt::format("parameters and inputs after the first {}", tried));
+        reportWithoutEffect();
+        if (accepted_.size() == tried) tryAll();
     }
 
 private:
     using Clock = std::chrono::steady_clock;
-
-    enum class Effect { none, some, unknown };
 
     struct Trial {
         std::optional<std::string> model; ///< nothing when none was made
@@ -91,19 +84,20 @@ private:
     }
 
     /// What is refused with the start value also is no matter of the value.
-    Effect tryOne(const Settable& settable) {
+    void tryOne(const Settable& settable) {
         const Trial changed = translate({{&settable, Choice::changed}});
         if (changed.model) {
-            models_.emplace_back(&settable, *changed.model);
-            const bool canHaveEffect = settable.isParameter() && canBeChanged(settable);
-            if (!canHaveEffect) return Effect::unknown;
-            return *changed.model == plan_.model ? Effect::none : Effect::some;
+            accepted_.push_back({&settable, Choice::changed});
+            const bool mustHaveEffect = settable.isParameter() && canBeChanged(settable);
+            if (mustHaveEffect && *changed.model == plan_.model) without_.push_back(&settable);
+            return;
         }
         const Trial start = hung_ ? changed : translate({{&settable, Choice::start}});
-        if (start.model) return Effect::unknown;
-        ++refused_;
-        report_.add("value-refused", settable.place, "The translator refuses {}: {}.", shown(settable), start.refusal);
-        return Effect::unknown;
+        if (start.model)
+            accepted_.push_back({&settable, Choice::start});
+        else
+            report_.add("value-refused", settable.place, "The translator refuses {}: {}", shown(settable),
+                        start.refusal);
     }
 
     static std::string shown(const Settable& settable) {
@@ -115,33 +109,41 @@ private:
     }
 
     /// A solver may read the value file itself: then no model file shows a value.
-    void reportWithoutEffect(const std::vector<const Settable*>& without) {
+    void reportWithoutEffect() {
         const auto parameters = std::ranges::count_if(settables_, &Settable::isParameter);
-        for (const Settable* settable : without)
+        for (const Settable* settable : without_)
             report_.add("value-without-effect", settable->place, "The model file is the same whatever value {} has{}.",
-                        shown(*settable), std::ssize(without) == parameters ? ", as with all other parameters" : "");
+                        shown(*settable), std::ssize(without_) == parameters ? ", as with all other parameters" : "");
     }
 
     /// Values that the translator takes one by one may still be too much for it together, or for the solver.
     void tryAll() {
-        std::vector<Setting> settings;
-        for (const auto& [settable, model] : models_) settings.push_back({settable, Choice::changed});
-        const Trial all = translate(settings);
+        const Trial all = translate(accepted_);
         if (!all.model) return reportTogether();
-        if (!failureWith(*all.model)) return;
-        for (const auto& [settable, model] : models_) {
-            if (isLate()) break;
-            if (const auto failure = failureWith(model))
-                report_.add("value-fails", settable->place, "With another value of {}: {}", shown(*settable), *failure);
-        }
+        const auto failureOfAll = failureWith(*all.model);
+        if (!failureOfAll) return;
+        bool isFound = false;
+        for (const Setting& setting : accepted_) isFound = (!isLate() && failsWithSolver(setting)) || isFound;
+        if (!isFound)
+            report_.add("value-fails", {nameFileName}, "With other values of all parameters and inputs: {}",
+                        *failureOfAll);
+    }
+
+    bool failsWithSolver(const Setting& setting) {
+        const Trial trial = translate({setting});
+        const auto failure = trial.model ? failureWith(*trial.model) : std::nullopt;
+        if (failure)
+            report_.add("value-fails", setting.settable->place, "With another value of {}: {}",
+                        shown(*setting.settable), *failure);
+        return failure.has_value();
     }
 
     void reportTogether() {
         std::vector<Setting> settings;
-        for (const auto& [settable, model] : models_) settings.push_back({settable, Choice::start});
+        for (const Setting& setting : accepted_) settings.push_back({setting.settable, Choice::start});
         if (const Trial start = translate(settings); !start.model)
             report_.add("value-refused", {nameFileName},
-                        "The translator refuses all parameters and inputs together: {}.", start.refusal);
+                        "The translator refuses all parameters and inputs together: {}", start.refusal);
     }
 
     /// What is wrong in a short run with a model; nothing when all is well.
@@ -163,9 +165,9 @@ private:
     const PartRunner& runner_;
     Report& report_;
     std::vector<Settable> settables_;
-    std::vector<std::pair<const Settable*, std::string>> models_; ///< of those that the translator takes
-    std::size_t refused_ = 0;
-    bool hung_ = false; ///< a process did not end in time: no further one is begun
+    std::vector<Setting> accepted_;        ///< by the translator
+    std::vector<const Settable*> without_; ///< parameters without an effect on the model file
+    bool hung_ = false;                    ///< a process did not end in time: no further one is begun
     Clock::time_point start_ = Clock::now();
 };
 
