@@ -31,9 +31,9 @@ bool checkBlocks(const ShapeFile& shape, Report& report) {
             report.add("port-empty", {shapeFileName, offsetLineOf(port) - 1}, "The width of {} is 0.", port.name());
         else
             sorted.push_back(port);
-        if (const auto nReal = shape.countOf(Type::real); nReal && port.end() > *nReal) {
+        if (const auto nReal = shape.countOf(Type::real); nReal && port.offset + port.width > *nReal) {
             report.add("port-range", place, "{} takes reals {} to {}, but there are {}.", port.name(), port.offset,
-                       port.end() - 1, *nReal);
+                       port.offset + port.width - 1, *nReal);
             areFine = false;
         }
     }

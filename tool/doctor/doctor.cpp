@@ -2,6 +2,7 @@
 
 #include "tool/check/check.h"
 #include "tool/doctor/examinations.h"
+#include "tool/doctor/obstacles.h"
 #include "tool/doctor/solver/drive.h"
 #include "tool/fmu/names.h"
 #include "tool/os/user_error.h"
@@ -15,6 +16,7 @@ namespace fs = std::filesystem;
 /// Where the FMU's files are or will be. False when they cannot be anywhere.
 bool examinePlace(const fs::path& fmu, Report& report) {
     if (!fs::is_directory(fmu)) return examineTemporaryFolder(report);
+    refusesToRun(fs::absolute(fmu), "the FMU", report);
     const fs::path resources = fs::absolute(fmu / resourcesFolder).lexically_normal();
     if (examineLocation(resources, report))
         report.note("resources", resources.string() + "; all masters can pass this path on");
@@ -39,11 +41,12 @@ std::string obstacleOf(const Fmu& fmu, bool isLoaded, bool isTranslated, const R
 }
 
 void examineFmu(const DoctorOptions& options, const SolverInstallation& installation, Report& report) {
-    const bool isLoaded = installation.isUsable && examineInterfaceLibrary(installation, report);
     if (!examinePlace(options.fmu, report)) return;
     const Fmu fmu(fs::absolute(options.fmu).lexically_normal());
     checkFmu(fmu, report);
     noteModel(fmu, report);
+    if (installation.isUsable) report.looksAt("the installation");
+    const bool isLoaded = installation.isUsable && examineInterfaceLibrary(installation, report);
     const bool isTranslated = installation.isUsable && examineTranslators(installation, !fmu.hasModelFile(), report);
     examineFmuLibrary(fmu, report);
     examineWriting(fmu, report);
@@ -61,10 +64,10 @@ void examine(const DoctorOptions& options, Report& report) {
         fail("--solver needs an FMU: its ports and its model are what the solver is driven with.");
     report.looksAt("the environment");
     const SolverInstallation installation = examineEnvironment(report);
-    if (installation.isUsable) report.looksAt("the installation");
     if (!options.fmu.empty()) return examineFmu(options, installation, report);
     report.skips("an FMU, since none was named");
     if (!installation.isUsable) return;
+    report.looksAt("the installation");
     examineInterfaceLibrary(installation, report);
     examineTranslators(installation, true, report);
 }

@@ -39,7 +39,8 @@ void examineFmuLibrary(const Fmu& fmu, Report& report);
 /// findings when one of them does not lead to it.
 bool examineLocation(const std::filesystem::path& resources, Report& report);
 
-/// The folder into which masters unpack an archive. False when nothing can be unpacked there.
+/// The folder into which masters unpack an archive. False when nothing can be unpacked there. Effect on the process:
+/// sets TMPDIR to /tmp, as many masters do, when it names a folder that cannot be used.
 bool examineTemporaryFolder(Report& report);
 
 /// What is written during a run, and the result file's place as the parameter file names it.

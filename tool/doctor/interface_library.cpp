@@ -10,6 +10,7 @@
 #include "fmi/instance/installation.h"
 #include "tool/doctor/examinations.h"
 #include "tool/doctor/loading.h"
+#include "tool/doctor/obstacles.h"
 #include "tool/fmu/dependencies.h"
 #include "tool/fmu/shared_object.h"
 #include "tool/os/files.h"
@@ -41,6 +42,9 @@ std::string adviceFor(const std::vector<std::string>& missing, const SolverInsta
 bool examineLoading(const SolverInstallation& installation, const Place& place, Report& report) {
     const fs::path& file = installation.interfaceLibrary;
     const std::string refusal = loadingRefusal(file, RTLD_LAZY | RTLD_DEEPBIND);
+    if (!refusal.empty() && refusesToRun(file.parent_path(), "the folder of the interface library", report))
+        return false;
+
     const std::vector<std::string> missing = missingDependencies(file);
     if (!missing.empty())
         report.add("library-dependency", place, "The library needs {}, not found here.", fmt::join(missing, ", "))
@@ -58,6 +62,19 @@ void examineUndefined(const fs::path& file, const Place& place, Report& report) 
     if (!refusal.empty())
         report.add("library-undefined", place, "The library loads, but not all of its functions are there: {}.",
                    refusal);
+}
+
+/// Without a table of sections only the loader can say which functions there are.
+bool examineLoadedEntryPoints(const fs::path& file, const Place& place, Report& report) {
+    report.add("library-sections", place, "The library has no section table that can be read.")
+        .why("The loader accepts it, but what it needs and exports cannot be examined.");
+    bool isComplete = true;
+    for (const std::string name : entryPoints) {
+        if (hasLoadedFunction(file, RTLD_LAZY | RTLD_DEEPBIND, name)) continue;
+        isComplete = false;
+        report.add("entry-point-missing", place, "The library has no function {}.", name);
+    }
+    return isComplete;
 }
 
 bool examineEntryPoints(const SharedObject& library, const Place& place, Report& report) {
@@ -81,7 +98,17 @@ void examineStreams(const SharedObject& library, const Place& place, Report& rep
         if (library.imports.contains(symbol)) report.add("library-streams", place, "The library uses {}.", name);
 }
 
+/// With the runtime in the library exceptions and streams of the master and of the solver are not the same.
+void examineRuntime(const fs::path& file, const SharedObject& library, const Place& place, Report& report) {
+    const bool needsRuntime = std::ranges::any_of(library.needed, [](const std::string& name) {
+        return name.starts_with("libstdc++.so") || name.starts_with("libc++.so");
+    });
+    if (!needsRuntime && holdsCxxRuntime(file))
+        report.add("library-runtime", place, "The C++ runtime is linked into the library.");
+}
+
 void reportMissingLibrary(const SolverInstallation& installation, const Place& place, Report& report) {
+    if (isBehindClosedFolder(installation.interfaceLibrary.parent_path(), report)) return;
     const fs::path own = installation.root / installation::solverDirectory / installation.interfaceLibrary.filename();
     Report::Added added = report.add("interface-library-missing", place, "The interface library does not exist.");
     if (isRegularFile(own)) added.fix("The installation has one: unset NUSOL_DLL_DIR.");
@@ -98,10 +125,12 @@ bool examineInterfaceLibrary(const SolverInstallation& installation, Report& rep
     }
     try {
         const SharedObject library = readSharedObject(file);
-        const bool isComplete = examineEntryPoints(library, place, report);
+        const bool isNamed = !library.hasSections || examineEntryPoints(library, place, report);
         if (!examineLoading(installation, place, report)) return false;
+        const bool isComplete = library.hasSections ? isNamed : examineLoadedEntryPoints(file, place, report);
         examineUndefined(file, place, report);
         examineStreams(library, place, report);
+        examineRuntime(file, library, place, report);
         if (isComplete)
             report.note("interface library",
                         fmt::format("{}\n{}; loads, has its four functions", file.string(), installation.solverOrigin));

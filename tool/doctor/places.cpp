@@ -1,9 +1,12 @@
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <string_view>
+#include <system_error>
 
 #include "fmi/instance/fmu_instance.h"
 #include "tool/doctor/examinations.h"
+#include "tool/doctor/obstacles.h"
 #include "tool/fmu/location.h"
 #include "tool/fmu/names.h"
 #include "tool/os/files.h"
@@ -22,6 +25,17 @@ struct Form {
     std::string_view masters;
     std::string location;
 };
+
+constexpr const char* usualTemporaryFolder = "/tmp";
+
+bool isUsable(const fs::path& folder) { return isFolder(folder) && isWritable(folder); }
+
+std::string reasonAgainst(const fs::path& folder) {
+    std::error_code failure;
+    const fs::file_status status = fs::status(folder, failure);
+    if (failure) return failure.message();
+    return fs::is_directory(status) ? "it cannot be written by the user who runs this" : "it is not a folder";
+}
 
 bool leadsTo(const std::string& location, const fs::path& folder) {
     return fs::path(pathFromLocation(location) + "/").lexically_normal() ==
@@ -81,11 +95,15 @@ bool examineLocation(const fs::path& resources, Report& report) {
 }
 
 bool examineTemporaryFolder(Report& report) {
-    const fs::path folder = temporaryParent();
-    if (!isFolder(folder) || !isWritable(folder)) {
-        report.add("temporary-folder", {}, "{} is not a folder in which files can be made.", inQuotes(folder.string()));
-        return false;
+    if (!isUsable(temporaryParent())) {
+        const std::string problem = reasonAgainst(temporaryParent());
+        report.add("temporary-folder", {}, "No files can be made in {}{}: {}.", inQuotes(temporaryParent().string()),
+                   std::getenv("TMPDIR") != nullptr ? ", which TMPDIR names" : "", problem);
+        if (!isUsable(usualTemporaryFolder)) return false;
+        setenv("TMPDIR", usualTemporaryFolder, 1);
     }
+    const fs::path folder = temporaryParent();
+    if (refusesToRun(folder, "where archives are unpacked", report)) return true;
     if (examineLocation(folder / "unpacked/resources", report))
         report.note("unpacked to", folder.string() + " (most masters); this path works with all of them");
     return true;

@@ -10,8 +10,11 @@
 
 #include "fmi/instance/installation.h"
 #include "tool/doctor/examinations.h"
+#include "tool/doctor/obstacles.h"
 #include "tool/fmu/dependencies.h"
+#include "tool/fmu/elf_file.h"
 #include "tool/fmu/shared_object.h"
+#include "tool/os/child_process.h"
 #include "tool/os/files.h"
 
 namespace tool {
@@ -45,7 +48,20 @@ std::optional<Fault> faultOfScript(const std::string& line) {
                  fmt::format("The translator is a script for {}, which does not exist.", inQuotes(interpreter))};
 }
 
+/// What the loader says of the versions of libraries that a program needs, without running the program.
+std::string loaderRefusal(const fs::path& translator) {
+    if (readLoadingNeeds(ElfFile(translator)).needed.empty()) return ""; // it would run
+    const ChildResult listed = runProgram({{translator.string()}, {}, {{"LD_TRACE_LOADED_OBJECTS", "1"}}, 20});
+    const std::size_t fault = listed.output.find(" not found");
+    if (fault == std::string::npos) return "";
+    const std::size_t start = listed.output.rfind('\n', fault) + 1;
+    return listed.output.substr(start, listed.output.find('\n', fault) - start);
+}
+
 std::optional<Fault> faultOf(const fs::path& translator) {
+    if (isNoexec(translator.parent_path()))
+        return Fault{"folder-noexec",
+                     fmt::format("{} is on a file system that is mounted noexec.", inQuotes(translator.string()))};
     if (access(translator.c_str(), X_OK) != 0)
         return Fault{"translator-permission",
                      fmt::format("The translator is not executable: chmod +x '{}' makes it so.", translator.string())};
@@ -59,13 +75,17 @@ std::optional<Fault> faultOf(const fs::path& translator) {
     case BinaryKind::native:
         break;
     }
-    const std::vector<std::string> missing = missingDependencies(translator);
-    if (missing.empty()) return std::nullopt;
-    return Fault{"translator-dependency",
-                 fmt::format("The translator needs {}, not found here.", fmt::join(missing, ", "))};
+    if (const std::vector<std::string> missing = missingDependencies(translator); !missing.empty())
+        return Fault{"translator-dependency",
+                     fmt::format("The translator needs {}, not found here.", fmt::join(missing, ", "))};
+    if (const std::string refusal = loaderRefusal(translator); !refusal.empty())
+        return Fault{"translator-dependency", fmt::format("The translator does not start: {}.", refusal)};
+    return std::nullopt;
 }
 
 void reportMissingTranslator(const SolverInstallation& installation, bool needed, Report& report) {
+    for (const char* folder : installation::translatorDirectories)
+        if (isBehindClosedFolder((installation.root / folder / installation::translator).parent_path(), report)) return;
     if (!needed) return report.note("translator", "none; this FMU's model file is there, so none is needed");
     report.add("translator-missing", {}, "There is no translator: neither {0}/{1}/{3} nor {0}/{2}/{3}.",
                installation.root.string(), installation::translatorDirectories[0],

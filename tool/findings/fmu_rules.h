@@ -175,7 +175,7 @@ inline constexpr Rule fmuRules[] = {
     {"port-empty", Severity::warning, "A port without signals transfers nothing.", "Remove the port."},
     {"port-range", Severity::error,
      "The library refuses to start the solver, which would read or write outside of the values.",
-     "An input port takes its width, an output port three times its width, of the reals that line 6 counts."},
+     "A port takes its width of the reals that line 6 counts; only derivatives may go past them."},
     {"port-overlap", Severity::error, "Each port overwrites values of the other.",
      "An output port takes its width three times: values, first and second derivatives."},
     {"port-causality", Severity::error,

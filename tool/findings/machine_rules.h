@@ -44,6 +44,9 @@ inline constexpr Rule machineRules[] = {
      "In a master written in C++ it sees another object of this name, which nobody initialized, and ends the process; "
      "in other masters it works.",
      "Report messages to MessageHandler; printf is also safe."},
+    {"library-runtime", Severity::warning,
+     "An exception that leaves it may end the master's process, and file streams may fail in a master written in C++.",
+     "Link without -static-libstdc++ and -static-libgcc."},
 
     // The translator
     {"translator-missing", Severity::error, "Without it no model file can be made: initialization fails.",
@@ -56,6 +59,10 @@ inline constexpr Rule machineRules[] = {
      "Install what is missing."},
 
     // Places
+    {"folder-permission", Severity::error, "What is in it cannot be used, whether it is there or not.",
+     "Give search permission (chmod +x) to the folder, or start the master as a user who has it."},
+    {"folder-noexec", Severity::error, "The system loads no libraries from there, and runs no programs.",
+     "Use a folder on another file system; the variable TMPDIR moves where archives are unpacked."},
     {"location-characters", Severity::warning,
      "These masters do not encode spaces, umlauts, braces, brackets, # and %: instantiation fails with \"Unable to "
      "read "
@@ -64,8 +71,8 @@ inline constexpr Rule machineRules[] = {
      "folder."},
     {"location-too-long", Severity::error, "The library takes locations of at most 1023 bytes, %-encoding included.",
      "Unpack the FMU to a shorter path."},
-    {"temporary-folder", Severity::error, "Masters unpack the archive into it.",
-     "Set TMPDIR to a folder that can be written."},
+    {"temporary-folder", Severity::error, "Masters unpack the archive into it; some use /tmp instead, others fail.",
+     "Set TMPDIR to a folder that can be written, with room in it."},
     {"resources-not-writable", Severity::error,
      "At each start the library writes the values that the master set, and the translator the model file: "
      "initialization fails.",

@@ -134,6 +134,16 @@ SharedObject readSharedObject(const fs::path& file) {
     return object;
 }
 
+/// The name of a class that only the runtime defines, in the form in which its type information holds it. Symbols that
+/// refer to it have a prefix.
+bool holdsCxxRuntime(const fs::path& file) {
+    constexpr std::string_view name("\0N10__cxxabiv117__class_type_infoE\0", 35);
+    const ElfFile opened(file);
+    std::size_t size = 0;
+    const char* start = elf_rawfile(opened.get(), &size);
+    return start != nullptr && std::string_view(start, size).find(name) != std::string_view::npos;
+}
+
 BinaryKind binaryKindOf(const fs::path& file) {
     const ElfFile opened(file);
     const std::optional<GElf_Ehdr> header = opened.header();

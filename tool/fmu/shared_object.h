@@ -26,6 +26,9 @@ struct SharedObject {
 /// instead.
 SharedObject readSharedObject(const std::filesystem::path& file);
 
+/// Whether the file of a library holds the runtime library of C++ itself, whatever it exports.
+bool holdsCxxRuntime(const std::filesystem::path& file);
+
 /// What a file is for a machine with 64-bit Linux on x86-64.
 enum class BinaryKind {
     none,    ///< not an ELF file at all

@@ -1,22 +1,17 @@
 #include "tool/doctor/solver/drive.h"
 
 #include <algorithm>
-#include <cstring>
-#include <functional>
 #include <optional>
 #include <string>
 
 #include <fmt/format.h>
 
-#include "resources/model_generation.h"
-#include "tool/doctor/solver/session.h"
-#include "tool/doctor/solver/session_report.h"
-#include "tool/fmu/library_log.h"
-#include "tool/fmu/location.h"
-#include "tool/fmu/names.h"
-#include "tool/os/child_process.h"
-#include "tool/os/interruption.h"
-#include "tool/os/temporary_folder.h"
+#include "tool/doctor/solver/part.h"
+#include "tool/doctor/solver/plan.h"
+#include "tool/doctor/solver/scenarios.h"
+#include "tool/doctor/solver/value_trials.h"
+#include "tool/doctor/solver/working_copy.h"
+#include "tool/os/files.h"
 #include "tool/os/user_error.h"
 
 namespace tool {
@@ -25,118 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t mostOutputShown = 2000;
 constexpr double defaultStepSize = 0.01;
 constexpr std::int32_t mostVariables = 10'000'000;
-
-/// A copy of what a run reads and changes; the FMU itself stays unchanged.
-class WorkingCopy {
-public:
-    explicit WorkingCopy(const Fmu& fmu) {
-        try {
-            copyFolder(fmu.resources(), resources());
-            const fs::path description = fmu.root() / descriptionFile;
-            if (fs::exists(description)) copyFile(description, root() / descriptionFile);
-        } catch (const fs::filesystem_error& error) {
-            fail("The FMU's resources cannot be copied for the solver: {}.", error.code().message());
-        }
-    }
-
-    fs::path root() const { return folder_.path(); }
-    fs::path resources() const { return root() / resourcesFolder; }
-
-private:
-    /// The copies can be written, whatever their originals are.
-    static void copyFolder(const fs::path& from, const fs::path& to) {
-        fs::create_directory(to);
-        for (const fs::directory_entry& entry : fs::directory_iterator(from)) {
-            throwIfInterrupted();
-            if (entry.is_directory())
-                copyFolder(entry.path(), to / entry.path().filename());
-            else if (entry.is_regular_file())
-                copyFile(entry.path(), to / entry.path().filename());
-        }
-    }
-
-    static void copyFile(const fs::path& from, const fs::path& to) {
-        fs::copy_file(from, to);
-        fs::permissions(to, fs::perms::owner_write, fs::perm_options::add);
-    }
-
-    TemporaryFolder folder_;
-};
-
-/// Where the solver may write its results: nowhere but in the working copy.
-std::string resultFileOf(const ShapeFile& shape, const WorkingCopy& copy) {
-    const std::string name(shape.resultFile.value_or(""));
-    const std::size_t slash = name.find_last_of("/\\");
-    if (slash != std::string::npos) return "./" + name.substr(slash + 1); // the copy is the working directory
-    return encodedLocation(copy.resources()) + "/" + (name.empty() ? std::string(defaultResultFile) : name);
-}
-
-/// Makes the model file as the library does when no value was set. To be run in a child process.
-void makeModelFile(const fs::path& resources, SessionReport& report) {
-    LibraryLog log;
-    report.begin("the translation");
-    if (fmu_generate_xml(encodedLocation(resources).c_str(), log.instance()) != 0)
-        report.add("model-not-made", fmt::format("The translator leaves no model file. The master's log will say {}.",
-                                                 log.errors().empty() ? "nothing" : '"' + log.errors().back() + '"'));
-    report.begin("");
-    report.end();
-}
-
-/// The end of what was printed, for a note of several lines.
-std::string shownOutput(std::string text) {
-    while (!text.empty() && text.back() == '\n') text.pop_back();
-    return text.size() <= mostOutputShown ? text : "..." + text.substr(text.size() - mostOutputShown);
-}
-
-/// A part of the check, which runs in a child process of its own.
-struct Part {
-    std::string place;   ///< the file that its findings name
-    const char* speaker; ///< heads what it prints
-    std::function<void(SessionReport&)> run;
-};
-
-/// How a child ended, when not as it should.
-struct BadEnd {
-    RuleName rule;
-    std::string how;
-};
-
-std::optional<BadEnd> badEndOf(const ChildResult& child, const SessionOutcome& outcome, double timeLimit) {
-    const std::string place = outcome.unfinished.empty() ? "between the calls" : "in " + outcome.unfinished;
-    if (child.timedOut) return BadEnd{"solver-hang", fmt::format("did not return within {} s, {}", timeLimit, place)};
-    if (child.signal != 0)
-        return BadEnd{"solver-crash", fmt::format("ends the process {}: {}", place, strsignal(child.signal))};
-    if (!outcome.ended)
-        return BadEnd{"solver-exit", fmt::format("ends the process {}, with code {}", place, child.exitCode)};
-    return std::nullopt;
-}
-
-struct PartResult {
-    int steps = 0;
-    bool isFaultless = false;
-};
-
-/// Runs a part and adds what it reports.
-PartResult runPart(const Part& part, const fs::path& directory, double timeLimit, Report& report) {
-    const int errorsBefore = report.errors();
-    const ChildResult child = runInChild(
-        [&](int descriptor) {
-            fs::current_path(directory);
-            SessionReport sessionReport(descriptor);
-            part.run(sessionReport);
-        },
-        timeLimit);
-    const SessionOutcome outcome = readReport(child.report);
-    for (const std::string& message : outcome.messages) report.note("solver says", message);
-    for (const auto& [rule, what] : outcome.facts) report.add(rule, {part.place}, "{}", what);
-    if (const auto end = badEndOf(child, outcome, timeLimit))
-        report.add(end->rule, {part.place}, "The solver {}.", end->how);
-    if (!child.output.empty()) report.note(part.speaker, shownOutput(child.output));
-    return {outcome.steps, report.errors() == errorsBefore};
-}
 
 /// What the model description promises or has variables for.
 DerivativeOrders ordersOf(const Fmu& fmu) {
@@ -163,34 +48,55 @@ bool hasTooManyVariables(const ShapeFile& shape) {
                                [](const CountLine& count) { return count.value.value_or(0) > mostVariables; });
 }
 
+SessionPlan planOf(const SolverCheck& check, const WorkingCopy& copy, const WorkingCopy& other) {
+    const Fmu& fmu = check.fmu;
+    const double usualStepSize = fmu.shape.finalTime ? *fmu.shape.finalTime / 100 : defaultStepSize;
+    return {check.library,
+            copy.resources(),
+            other.resources(),
+            fmu.modelName() + std::string(modelFileExtension),
+            readFile(copy.root() / fmu.modelFile()).value_or(""),
+            fmu.shape,
+            signalsOf(fmu.shape, fmu.description),
+            fmu.stepSize().value_or(usualStepSize),
+            ordersOf(fmu),
+            check.timeLimit / 2};
+}
+
+void driveCopies(const SolverCheck& check, const WorkingCopy& copy, const WorkingCopy& other, Report& report) {
+    const Fmu& fmu = check.fmu;
+    PartRunner runner(copy.root(), check.timeLimit, report);
+    const fs::path modelFile = copy.root() / fmu.modelFile();
+    const bool isGenerated = !fs::exists(modelFile);
+    const auto translate = [&](SessionReport& session) { makeModelFile(copy.resources(), fmu.shape, session); };
+    if (!runner.runAndAdd({fmu.modelTemplate(), "translator prints", "making the model file", translate})) return;
+
+    const SessionPlan plan = planOf(check, copy, other);
+    const std::string library = plan.library.string();
+    const auto runFirst = [&](SessionReport& session) { runOnce(plan, session); };
+    const auto runFurther = [&](SessionReport& session) { runRepeatedly(plan, session); };
+    const bool isFaultless =
+        runner.runAndAdd({library, "solver prints", "driving the solver for a few steps", runFirst});
+    if (isGenerated && fs::exists(modelFile))
+        report.add("model-file-left", {library}, "The solver leaves the generated model file, {}.", fmu.modelFile());
+    if (isFaultless &&
+        runner.runAndAdd({library, "solver prints", "driving the solver through many runs", runFurther, false}) &&
+        isGenerated)
+        tryValues(fmu, copy, plan, check.timeLimit, runner, report);
+}
+
 } // namespace
 
 void driveSolver(const SolverCheck& check, Report& report) {
     const Fmu& fmu = check.fmu;
     if (hasTooManyVariables(fmu.shape)) return report.skips("the solver, since the FMU has too many variables");
     report.looksAt("the solver");
-    const WorkingCopy copy(fmu);
-    const fs::path modelFile = copy.root() / fmu.modelFile();
-    const bool isGenerated = !fs::exists(modelFile);
-    const Part translation{fmu.modelTemplate(), "translator prints",
-                           [&](SessionReport& sessionReport) { makeModelFile(copy.resources(), sessionReport); }};
-    if (!runPart(translation, copy.root(), check.timeLimit, report).isFaultless) return;
-
-    const double usualStepSize = fmu.shape.finalTime ? *fmu.shape.finalTime / 100 : defaultStepSize;
-    const SessionPlan plan{check.library,
-                           copy.resources(),
-                           resultFileOf(fmu.shape, copy),
-                           fmu.shape,
-                           fmu.stepSize().value_or(usualStepSize),
-                           ordersOf(fmu)};
-    const Part session{check.library.string(), "solver prints",
-                       [&](SessionReport& sessionReport) { runSession(plan, sessionReport); }};
-    if (const int steps = runPart(session, copy.root(), check.timeLimit, report).steps; steps > 0)
-        report.note("solver", fmt::format("driven through {} of {} steps, the first of {} s", steps, nSessionSteps,
-                                          plan.stepSize));
-    if (isGenerated && fs::exists(modelFile))
-        report.add("model-file-left", {check.library.string()}, "The solver leaves the generated model file, {}.",
-                   fmu.modelFile());
+    try {
+        const WorkingCopy copy(fmu), other(fmu);
+        driveCopies(check, copy, other, report);
+    } catch (const UserError& error) {
+        report.add("temporary-folder", {}, "{}", error.what());
+    }
 }
 
 } // namespace tool

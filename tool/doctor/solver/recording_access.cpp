@@ -1,8 +1,10 @@
 #include "tool/doctor/solver/recording_access.h"
 
 #include <fmt/format.h>
+#include <libxml/xmlstring.h>
 
 #include "resources/resource_location.h"
+#include "tool/os/text.h"
 
 namespace tool {
 
@@ -126,8 +128,17 @@ void RecordingAccess::MessageHandler(void* handle, const char* text, int level) 
         report_.add("solver-warning", shown);
     else
         report_.say(shown);
+    if (level >= information && level <= fatal) checkText(text, place);
 
     if (level >= error && std::this_thread::get_id() == thread_) endRun(level);
+}
+
+/// What reaches the master's log has to be a text that it can show.
+void RecordingAccess::checkText(const char* text, const std::string& place) {
+    if (text == nullptr)
+        report_.add("message-text", fmt::format("A message{} has a null text.", place));
+    else if (xmlCheckUTF8(reinterpret_cast<const unsigned char*>(text)) == 0)
+        report_.add("message-text", fmt::format("A message{} is not UTF-8: {}.", place, inQuotes(text)));
 }
 
 /// As the FMU does it: the run ends inside the report.
@@ -149,12 +160,21 @@ void RecordingAccess::endRun(int level) {
     errorCode_ = level;
 }
 
-void RecordingAccess::SetInputPortLabel(void* handle, int port, const char* /*label*/) {
-    isPort("SetInputPortLabel", handle, port, instance_.record().nInputPorts);
+void RecordingAccess::SetInputPortLabel(void* handle, int port, const char* label) {
+    if (isPort("SetInputPortLabel", handle, port, instance_.record().nInputPorts)) keepLabel(true, port, label);
 }
 
-void RecordingAccess::SetOutputPortLabel(void* handle, int port, const char* /*label*/) {
-    isPort("SetOutputPortLabel", handle, port, instance_.record().nOutputPorts);
+void RecordingAccess::SetOutputPortLabel(void* handle, int port, const char* label) {
+    if (isPort("SetOutputPortLabel", handle, port, instance_.record().nOutputPorts)) keepLabel(false, port, label);
+}
+
+void RecordingAccess::keepLabel(bool isInput, int port, const char* label) {
+    if (label != nullptr) labels_[{isInput, port}] = label;
+}
+
+std::string RecordingAccess::labelOf(const Port& port) const {
+    const auto found = labels_.find({port.isInput, port.number});
+    return found != labels_.end() ? found->second : "";
 }
 
 void RecordingAccess::Get_TS_Server_IP_Addr(void* handle, char** address, int& status) {

@@ -4,9 +4,11 @@
 
 #include <atomic>
 #include <list>
+#include <map>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "plant/access_interface.h"
@@ -61,12 +63,17 @@ public:
     /// The entry point that is running from now on; null when none is.
     void setEntryPoint(const char* name) { entryPoint_ = name; }
 
+    /// What the solver calls a port; empty when it does not say.
+    std::string labelOf(const Port& port) const;
+
 private:
     void check(const char* operation, void* handle);
     bool isPort(const char* operation, void* handle, int port, std::uint32_t count);
     double* address(const char* operation, void* handle, int port, std::uint32_t count, double** ports);
     char* path(const char* location);
     void endRun(int level);
+    void checkText(const char* text, const std::string& place);
+    void keepLabel(bool isInput, int port, const char* label);
 
     [[maybe_unused]] void* reserved_ = nullptr;
     EntryPoints entryPoints_;
@@ -76,6 +83,7 @@ private:
     std::atomic<const char*> entryPoint_ = nullptr;
     const std::thread::id thread_ = std::this_thread::get_id();
     std::list<MallocText> paths_;
+    std::map<std::pair<bool, int>, std::string> labels_;      ///< by direction, true for inputs, and port
     std::vector<double> nowhere_ = std::vector<double>(1024); ///< where ports that do not exist point to
     int errorCode_ = 0;
     bool terminating_ = false;

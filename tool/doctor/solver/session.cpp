@@ -1,33 +1,21 @@
 #include "tool/doctor/solver/session.h"
 
-#include <chrono>
 #include <cstdlib>
-#include <iterator>
-#include <memory>
-#include <system_error>
 #include <typeinfo>
 
 #include <cxxabi.h>
-#include <dlfcn.h>
 #include <fmt/format.h>
 
-#include "tool/doctor/solver/recording_access.h"
+#include "tool/doctor/solver/process_state.h"
+#include "tool/fmu/location.h"
+#include "tool/os/files.h"
+#include "tool/os/user_error.h"
 
 namespace tool {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* startName = "blkStart";
-constexpr const char* depositName = "blkDepositPlantInput";
-constexpr const char* requestName = "blkRequestPlantOutput";
-constexpr const char* terminateName = "blkTerminate";
-
-template <typename Function>
-void resolve(void* library, const char* name, Function& function) {
-    function = reinterpret_cast<Function>(dlsym(library, name));
-}
 
 /// The class of the exception that is being handled.
 std::string exceptionType() {
@@ -37,114 +25,120 @@ std::string exceptionType() {
     return name != nullptr ? name.get() : type->name();
 }
 
-class Session {
-public:
-    Session(const SessionPlan& plan, SessionReport& report, const EntryPoints& entryPoints)
-        : plan_(plan), report_(report), entryPoints_(entryPoints),
-          instance_(plan.shape, plan.resources, plan.resultFile, plan.orders), access_(instance_, report, entryPoints) {
-    }
-
-    void run() {
-        if (!start()) return;
-        for (int i = 0; i < nSessionSteps; ++i)
-            if (!step(i + 1 < nSessionSteps ? plan_.stepSize : plan_.stepSize / 2)) return;
-        if (!deposit(0, " for time 0, as at the end of a run")) return;
-        enter(terminateName, "", [&] { entryPoints_.terminate(handle(), &access_, instance_.record().time); });
-    }
-
-private:
-    void* handle() { return &instance_.record(); }
-
-    bool start() {
-        if (!enter(startName, "", [&] { entryPoints_.start(handle(), &access_); })) return false;
-        instance_.record().state = stateStepComplete;
-        instance_.record().plant = &access_;
-        return true;
-    }
-
-    bool deposit(double time, const std::string& remark) {
-        return enter(depositName, remark, [&] { entryPoints_.deposit(handle(), 1, &access_, time); });
-    }
-
-    bool step(double size) {
-        const double time = instance_.record().time;
-        const double end = time + size;
-        if (!deposit(time, fmt::format(" at {} s", time))) return false;
-        if (!enter(requestName, fmt::format(" for {} s", end), [&] { entryPoints_.request(handle(), &access_, end); }))
-            return false;
-        instance_.record().time = end;
-        report_.step();
-        return true;
-    }
-
-    /// One call of an entry point under watch; false when the run is over after it.
-    template <typename Call>
-    bool enter(const char* name, const std::string& remark, const Call& call) {
-        report_.begin(name + remark);
-        instance_.mark();
-        access_.setEntryPoint(name);
-        const bool completed = completes(name, call) && access_.getErrorCode() == 0;
-        access_.setEntryPoint(nullptr);
-        report_.begin("");
-
-        const bool isStart = name == startName;
-        if (completed && (isStart || name == requestName)) instance_.reportOmissions(name, isStart, report_);
-        instance_.reportWrites(name, report_);
-        return completed;
-    }
-
-    template <typename Call>
-    bool completes(const char* name, const Call& call) {
-        try {
-            call();
-            return true;
-        } catch (const std::exception& error) {
-            report_.add("solver-exception",
-                        fmt::format("{} throws an exception, {}: {}", name, exceptionType(), error.what()));
-        } catch (...) {
-            report_.add("solver-exception", fmt::format("{} throws an exception, {}.", name, exceptionType()));
-        }
-        return false;
-    }
-
-    const SessionPlan& plan_;
-    SessionReport& report_;
-    EntryPoints entryPoints_;
-    WatchedInstance instance_;
-    RecordingAccess access_;
-};
-
-/// A thread that has ended may be seen for a moment still.
-bool hasOtherThreads() {
-    for (int patience = 50; patience > 0; --patience) {
-        std::error_code ignored;
-        const fs::directory_iterator threads("/proc/self/task", ignored);
-        if (std::distance(fs::begin(threads), fs::end(threads)) <= 1) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
+/// Where the solver may write its results: nowhere but in the copies, one of which is the working directory.
+std::string resultFileOf(const ShapeFile& shape, const fs::path& resources, const std::string& prefix) {
+    const std::string name(shape.resultFile.value_or(""));
+    const std::size_t slash = name.find_last_of("/\\");
+    if (slash != std::string::npos) return "./" + prefix + name.substr(slash + 1);
+    return encodedLocation(resources) + "/" + prefix + (name.empty() ? std::string(defaultResultFile) : name);
 }
 
 } // namespace
 
-void runSession(const SessionPlan& plan, SessionReport& report) {
-    report.begin("loading");
-    void* library = dlopen(plan.library.c_str(), RTLD_LAZY | RTLD_DEEPBIND);
-    if (library == nullptr) return;
-    EntryPoints entryPoints;
-    resolve(library, startName, entryPoints.start);
-    resolve(library, requestName, entryPoints.request);
-    resolve(library, depositName, entryPoints.deposit);
-    resolve(library, terminateName, entryPoints.terminate);
+Session::Session(const SessionContext& context, const fs::path& resources, const std::string& resultPrefix)
+    : context_(context), model_(resources / context.plan.modelFile),
+      instance_(context.plan.shape, resources, resultFileOf(context.plan.shape, resources, resultPrefix),
+                context.plan.orders) {}
 
-    const auto session = std::make_unique<Session>(plan, report, entryPoints);
-    session->run();
-    if (hasOtherThreads()) report.add("thread-left", "A thread of the solver is still there when the run is over.");
+bool Session::start() {
+    if (!provideModel()) return false;
+    instance_.reset();
+    const EntryPoints& entryPoints = context_.library.entryPoints();
+    auto& access = *accesses_.emplace_back(std::make_unique<RecordingAccess>(instance_, context_.report, entryPoints));
+    if (!enter(startName, "", [&] { entryPoints.start(handle(), &access); })) return false;
+    instance_.record().state = stateStepComplete;
+    instance_.record().plant = &access;
+    return true;
+}
 
-    report.begin("unloading the library");
-    dlclose(library);
+/// As the FMU has the translator make it, before each start that does not find it.
+bool Session::provideModel() {
+    if (isRegularFile(model_)) return true;
+    try {
+        writeNewFile(model_, context_.plan.model);
+        return true;
+    } catch (const UserError& error) {
+        context_.report.add("model-not-made", error.what());
+        return false;
+    }
+}
+
+bool Session::step(double size) {
+    const double time = instance_.record().time;
+    const double end = time + size;
+    if (!deposit(time, fmt::format(" at {:.9g} s", time))) return false;
+    const auto request = [&] { context_.library.entryPoints().request(handle(), accesses_.back().get(), end); };
+    if (!enter(requestName, fmt::format(" for {:.9g} s", end), request)) return false;
+    instance_.record().time = end;
+    return true;
+}
+
+bool Session::steps(int number) {
+    for (int i = 0; i < number; ++i)
+        if (!step(context_.plan.stepSize)) return false;
+    return true;
+}
+
+bool Session::end() {
+    if (!deposit(0, " for time 0, as at the end of a run")) return false;
+    return enter(terminateName, "", [&] {
+        context_.library.entryPoints().terminate(handle(), accesses_.back().get(), instance_.record().time);
+    });
+}
+
+void Session::drive() {
+    for (const Signal& signal : context_.plan.signals)
+        if (signal.port.isInput) setInput(signal, signal.driven);
+}
+
+void Session::setInput(const Signal& signal, double value) {
+    instance_.setInput(signal.port.number, signal.index, value);
+}
+
+std::vector<double> Session::outputs(int order) const {
+    std::vector<double> values;
+    for (const Signal& signal : context_.plan.signals)
+        if (!signal.port.isInput) values.push_back(instance_.output(signal.port.number, signal.index, order));
+    return values;
+}
+
+bool Session::deposit(double time, const std::string& remark) {
+    return enter(depositName, remark,
+                 [&] { context_.library.entryPoints().deposit(handle(), 1, accesses_.back().get(), time); });
+}
+
+/// One call of an entry point under watch; false when the run is over after it.
+template <typename Call>
+bool Session::enter(const char* name, const std::string& remark, const Call& call) {
+    SessionReport& report = context_.report;
+    RecordingAccess& access = *accesses_.back();
+    report.begin(name + remark);
+    instance_.mark();
+    access.setEntryPoint(name);
+    const ProcessState before;
+    const bool completed = completes(name, call) && access.getErrorCode() == 0;
+    before.reportChanges(name, report);
+    access.setEntryPoint(nullptr);
     report.begin("");
-    report.end();
+
+    const bool isStart = name == startName;
+    if (completed && (isStart || name == requestName)) instance_.reportOmissions(name, isStart, report);
+    instance_.reportWrites(name, report);
+    return completed;
+}
+
+template <typename Call>
+bool Session::completes(const char* name, const Call& call) {
+    try {
+        call();
+        return true;
+    } catch (const std::exception& error) {
+        context_.report.add("solver-exception",
+                            fmt::format("{} throws an exception, {}: {}", name, exceptionType(), error.what()));
+    } catch (...) {
+        context_.report.add("solver-exception", fmt::format("{} throws an exception, {}.", name, exceptionType()));
+    }
+    return false;
 }
 
 } // namespace tool

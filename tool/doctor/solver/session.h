@@ -1,29 +1,64 @@
-// A scripted session with the solver's interface library, called as the FMU calls it. To be run in a child process: the
-// library may do anything.
+// An instance of the FMU as the solver sees it, and its runs: the entry points are called as the FMU calls them, with
+// everything around them under watch. For child processes only.
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
-#include "tool/doctor/solver/session_report.h"
-#include "tool/doctor/solver/watched_instance.h"
-#include "tool/fmu/parameter_files.h"
+#include "tool/doctor/solver/plan.h"
+#include "tool/doctor/solver/recording_access.h"
+#include "tool/doctor/solver/solver_library.h"
 
 namespace tool {
 
-struct SessionPlan {
-    std::filesystem::path library;
-    std::filesystem::path resources; ///< with the model file
-    std::string resultFile;
-    const ShapeFile& shape; ///< without errors
-    double stepSize = 0;    ///< seconds
-    DerivativeOrders orders{};
+/// What a session belongs to. All of it must outlive the session.
+struct SessionContext {
+    const SessionPlan& plan;
+    const SolverLibrary& library;
+    SessionReport& report;
 };
 
-/// The number of steps of a session: all of the plan's size but the last, which is half as long.
-inline constexpr int nSessionSteps = 4;
+class Session {
+public:
+    /// The instance's resources are in `resources`. `resultPrefix` begins the name of its result file.
+    Session(const SessionContext& context, const std::filesystem::path& resources,
+            const std::string& resultPrefix = "");
 
-/// Starts a run, steps, deposits once more for time 0, as at the end of a run without a stop time, and ends the run.
-void runSession(const SessionPlan& plan, SessionReport& report);
+    // Each is false when the run is over; what was wrong is reported.
+
+    /// Begins a run, also in place of one that has not ended, as after fmi2Reset. All inputs are 0.
+    bool start();
+    /// Deposits and requests.
+    bool step(double size);
+    bool steps(int number);
+    /// Deposits once more for time 0, as at the end of a run without a stop time, and terminates.
+    bool end();
+
+    /// Sets inputs, to be deposited with the next step: all to the plan's values, or one to a value.
+    void drive();
+    void setInput(const Signal& signal, double value);
+
+    /// The values, or the derivatives of an order, of all output signals in their order.
+    std::vector<double> outputs(int order = 0) const;
+
+    double time() const { return instance_.record().time; }
+    const RecordingAccess& access() const { return *accesses_.back(); }
+
+private:
+    void* handle() { return &instance_.record(); }
+    bool provideModel();
+    bool deposit(double time, const std::string& remark);
+    template <typename Call>
+    bool enter(const char* name, const std::string& remark, const Call& call);
+    template <typename Call>
+    bool completes(const char* name, const Call& call);
+
+    SessionContext context_;
+    std::filesystem::path model_;
+    WatchedInstance instance_;
+    std::vector<std::unique_ptr<RecordingAccess>> accesses_; ///< one for each run; after a reset the former stays
+};
 
 } // namespace tool

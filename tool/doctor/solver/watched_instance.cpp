@@ -18,9 +18,14 @@ constexpr auto guard = std::bit_cast<double>(std::uint64_t{0x7ff8'7e55'a40f'3d0c
 
 std::uint64_t bitsOf(double value) { return std::bit_cast<std::uint64_t>(value); }
 
-/// Turns some of the last bits, of inputs others than of outputs: a solver may pass its inputs on.
-double marked(double value, bool isInput) {
-    return std::bit_cast<double>(bitsOf(value) ^ std::uint64_t{isInput ? 0x1U : 0x2a5U});
+/// Turns some of the last bits: by at most 1e-12 of the value, or from 0 to next to nothing.
+double marked(double value) { return std::bit_cast<double>(bitsOf(value) ^ std::uint64_t{0x2a5U}); }
+
+/// As the library allocates them: the derivatives of a port at the end may go past the last variable.
+std::size_t realsNeeded(const ShapeFile& shape, std::int64_t nReal) {
+    for (const Port& port : shape.ports)
+        if (port.width > 0) nReal = std::max(nReal, port.end());
+    return static_cast<std::size_t>(nReal);
 }
 
 std::string locationOf(const std::filesystem::path& resources, std::string_view name) {
@@ -49,9 +54,16 @@ WatchedInstance::WatchedInstance(const ShapeFile& shape, const std::filesystem::
     placePorts(shape);
 }
 
+void WatchedInstance::reset() {
+    std::fill_n(memory_.begin() + guardSize, slots_.size(), 0.0);
+    record_.time = 0;
+    record_.state = stateInstantiated;
+}
+
 void WatchedInstance::setCounts(const ShapeFile& shape) {
     const auto size = [&shape](Type type) { return static_cast<std::uint32_t>(shape.countOf(type).value_or(0)); };
-    slots_.resize(record_.nReal = size(Type::real));
+    record_.nReal = size(Type::real);
+    slots_.resize(realsNeeded(shape, record_.nReal));
     integers_.resize(record_.nInteger = size(Type::integer));
     booleans_.resize(record_.nBoolean = size(Type::boolean));
     strings_.resize(record_.nString = size(Type::string));
@@ -104,8 +116,9 @@ void WatchedInstance::place(std::int64_t firstReal, const Port& port, Use use) {
 
 /// Sets the mark, or takes it back.
 void WatchedInstance::turnMark(std::size_t real) {
+    if (slots_[real].use == Use::input) return;
     double& value = memory_[guardSize + real];
-    value = marked(value, slots_[real].use == Use::input);
+    value = marked(value);
 }
 
 void WatchedInstance::mark() {

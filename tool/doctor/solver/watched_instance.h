@@ -29,9 +29,21 @@ public:
     WatchedInstance& operator=(const WatchedInstance&) = delete;
 
     FmuInstance& record() { return record_; }
+    const FmuInstance& record() const { return record_; }
 
-    /// Prepares for an entry point. Each value gets some of its last bits turned (by at most 1e-12 of it, or from 0 to
-    /// next to nothing), which makes no difference to a solver but shows whether the value is written again.
+    /// All values are 0, and the time, as at the start of a run.
+    void reset();
+
+    void setInput(int port, int signal, double value) { record_.inputPortValues[port][signal] = value; }
+
+    /// A value of an output port, or its derivative of the first or second order.
+    double output(int port, int signal, int order) const {
+        return outputs_[static_cast<std::size_t>(port)]
+                       [order * static_cast<int>(record_.outputPortSize[port]) + signal];
+    }
+
+    /// Prepares for an entry point. What the solver does not read, which is all but the inputs, gets some of its last
+    /// bits turned, to show whether it is written again.
     void mark();
 
     /// Reports what the entry point wrote although it must not, and takes the marks back.
