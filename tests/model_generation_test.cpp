@@ -156,9 +156,15 @@ TEST_F(ModelGeneration, ATranslatorMakesTheModelFileTheSecondWhenTheFirstMakesNo
 }
 
 TEST_F(ModelGeneration, ATranslatorIsWaitedForAndJudgedByTheModelFileAlone) {
-    for (const std::string commands :
-         {"exit 3", "kill -9 $$", "cd /", "rm -r \"$PWD\"", "sleep 0.2; cp $1 Model.xml",
-          "printf '<' >Model.xml; kill -9 $$", "cp $1 Model.xml; exec 0<&- 1>&- 2>&-; false"}) {
+    const std::string removeFolder = "rm -r '" + files.resources.string() + "'"; // whatever directory it is run in
+    const std::string rows[] = {"exit 3",
+                                "kill -9 $$",
+                                "cd /",
+                                removeFolder,
+                                "sleep 0.2; cp $1 Model.xml",
+                                "printf '<' >Model.xml; kill -9 $$",
+                                "cp $1 Model.xml; exec 0<&- 1>&- 2>&-; false"};
+    for (const std::string& commands : rows) {
         const bool succeeds = commands.find("Model.xml") != std::string::npos;
         SCOPED_TRACE(commands);
         instantiate();
