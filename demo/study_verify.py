@@ -10,9 +10,9 @@ from pathlib import Path
 import numpy as np
 
 import quarter_car
-from car_runs import DESIGN, RECORDED, TIMES, Array, Parameters, results
+from car_runs import DESIGN, RECORDED, TIMES, Parameters, results
 from master import Master
-from road import bump
+from road import Array, bump
 from study_table import RESULTS, Row
 
 TOLERANCE = 1e-6
@@ -27,7 +27,7 @@ def faults(archive: Path, rows: list[Row]) -> Iterator[str]:
 
 def fault(archive: Path, row: Row) -> str:
     """Makes the run anew, from the archive in a folder of its own, with an instance of its own."""
-    parameters = {name: float(row[name]) for name in (*DESIGN, "speed")}
+    parameters = {name: row[name] for name in (*DESIGN, "speed")}
     heights = bump(TIMES, parameters["speed"])
     record = _master(archive).run({name: parameters[name] for name in DESIGN}, TIMES, heights)
     signals = {name: record.signals[name][1:] for name in RECORDED}
