@@ -46,13 +46,9 @@ def main() -> int:
     with Table(options.out / "journal.csv", origin(archive, options.solver)) as table:
         left = [parameters for parameters in plan if table.result(parameters) is None]
         console.print(f"{len(plan)} runs of {options.fmu.name}, {len(plan) - len(left)} of them made before")
-        try:
-            if left:
-                with connect(options) as client:
-                    make_runs(client, archive, left, table)
-        except KeyboardInterrupt:
-            console.print("Interrupted: the same command goes on from here.", style="yellow")
-            return 130
+        if left:
+            with connect(options) as client:
+                make_runs(client, archive, left, table)
         rows = [row for parameters in plan if (row := table.result(parameters))]
         failures = [f"{parameters}: {table.failure(parameters)}" for parameters in plan if not table.result(parameters)]
     return finish(options, rows, failures)
@@ -171,4 +167,8 @@ def verify(archive: Path, rows: list[Row]) -> list[str]:
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        console.print("Interrupted: the same command goes on from here.", style="yellow")
+        sys.exit(130)

@@ -1,6 +1,7 @@
 """Repeats each run of a study on its own, and compares both with each other and with the exact solution."""
 
 import os
+import signal
 from collections.abc import Iterator
 from concurrent.futures import ProcessPoolExecutor
 from functools import cache, partial
@@ -21,7 +22,8 @@ TOLERANCE = 1e-6
 
 def faults(archive: Path, rows: list[Row]) -> Iterator[str]:
     """For each run what is wrong with it, or an empty string. New processes make the runs."""
-    with ProcessPoolExecutor(len(os.sched_getaffinity(0)), get_context("spawn")) as pool:
+    leave_interrupts = (signal.signal, (signal.SIGINT, signal.SIG_IGN))
+    with ProcessPoolExecutor(len(os.sched_getaffinity(0)), get_context("spawn"), *leave_interrupts) as pool:
         yield from pool.map(partial(fault, archive), rows)
 
 
