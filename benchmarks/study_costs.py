@@ -1,8 +1,8 @@
 """What a run of a study costs beside the solver's own steps, in the ways in which FMPy's users make runs.
 
-Usage: build/venv/bin/python benchmarks/study_costs.py ARCHIVE [RUNS], with KORVAN_FMU_ROOT set and the FMU that demo/study
-has left: build/release/study/QuarterCar.fmu. Counts processor time, also that of the translator's processes, so that
-other work on the machine matters little.
+Usage: build/venv/bin/python benchmarks/study_costs.py ARCHIVE [RUNS], with KORVAN_FMU_ROOT set; demo/study leaves the FMU
+as build/release/study/QuarterCar.fmu. Counts processor time, also that of the translator's processes, so that other work
+on the machine matters little.
 """
 
 import resource
@@ -26,6 +26,7 @@ from car_runs import RECORDED, TIMES, Car
 from road import bump
 
 PARAMETERS = {"k_c": 15000.0, "d_c": 1000.0, "k_w": 150000.0}
+COLUMNS = ("all", "in fmi2DoStep", "beside", "share", "start", "translator", "calls, rest")
 HEIGHTS = bump(TIMES, 12.0)
 
 
@@ -82,7 +83,8 @@ def measured(run: Callable[[], object], runs: int) -> Costs:
 
 def simulate(fmu: str) -> object:
     """As in FMPy's documentation."""
-    road = np.rec.fromarrays([TIMES, HEIGHTS], names=["time", "z_road"])
+    road = np.zeros(len(TIMES), dtype=[("time", float), ("z_road", float)])
+    road["time"], road["z_road"] = TIMES, HEIGHTS
     return fmpy.simulate_fmu(
         fmu, start_values=PARAMETERS, input=road, stop_time=TIMES[-1], output_interval=0.01, output=list(RECORDED)
     )
@@ -103,7 +105,7 @@ def main(archive: Path, runs: int) -> None:
         "the study's calls, a new instance for each run": new_instance,
         "the study: one instance, reset": lambda: car.run(PARAMETERS, HEIGHTS),
     }
-    table = Table("a run of 400 steps, ms", "all", "in fmi2DoStep", "beside", "share", "start", "translator", "calls, rest")
+    table = Table("a run of 400 steps, ms", *COLUMNS)
     for name, run in ways.items():
         costs = measured(run, runs)
         rest = costs.beside() - costs.start - costs.translator

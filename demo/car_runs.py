@@ -12,6 +12,7 @@ import tempfile
 import threading
 from collections.abc import Iterator, Mapping
 from contextlib import contextmanager
+from typing import cast
 
 import fmpy
 import numpy as np
@@ -32,7 +33,7 @@ STATIC_LOAD = (400.0 + 40.0) * 9.81
 
 def run_one(parameters: Parameters) -> Results:
     """A run on a Dask worker that has the plugin `Car`."""
-    car: Car = get_worker().plugins[Car.name]
+    car = cast(Car, get_worker().plugins[Car.name])
     heights = bump(TIMES, parameters["speed"])
     try:
         signals = car.run({name: parameters[name] for name in DESIGN}, heights)
@@ -102,7 +103,8 @@ class Car(WorkerPlugin):
 
     def _steps(self, fmu: FMU2Slave, heights: Array) -> Iterator[list[float]]:
         driven, recorded = [self._references["z_road"]], [self._references[name] for name in RECORDED]
-        for time, length, height in zip(TIMES[:-1].tolist(), np.diff(TIMES).tolist(), heights.tolist()):
+        steps = zip(TIMES[:-1].tolist(), np.diff(TIMES).tolist(), heights[:-1].tolist(), strict=True)
+        for time, length, height in steps:
             fmu.setReal(driven, [height])
             fmu.doStep(time, length)
             yield fmu.getReal(recorded)

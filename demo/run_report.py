@@ -25,7 +25,9 @@ def add_run(page: Page, session: Session, comparison: Comparison, panels: Sequen
         figure = over_time(panels, form, suffix, session.master.input, comparison)
         page.add_figure(heading, figure, f"{14 * (len(panels) + 1)}rem")
     variables = session.master.parameters
-    rows = [(variable.name, session.values[variable.name], variable.unit, variable.description) for variable in variables]
+    rows = [
+        (variable.name, session.values[variable.name], variable.unit, variable.description) for variable in variables
+    ]
     page.add_table("Parameters", ("name", "value", "unit", "meaning"), rows)
 
 

@@ -192,7 +192,8 @@ def moving_links(record: Recording) -> go.Figure:
 
     def scene(n: int) -> list[go.Scatter]:
         spring = _zigzag(*_mm([C, D], angles[n]))
-        traces = [fixed, go.Scatter(x=spring.real, y=spring.imag, name="spring", mode="lines", line={"color": "#808080", "width": 1.5})]
+        grey = {"color": "#808080", "width": 1.5}
+        traces = [fixed, go.Scatter(x=spring.real, y=spring.imag, name="spring", mode="lines", line=grey)]
         for name, points, colour in LINKS:
             places = _mm(points, angles[n])
             traces.append(go.Scatter(x=places.real, y=places.imag, name=name, line={"color": colour, "width": 5}))
@@ -207,7 +208,7 @@ def moving_links(record: Recording) -> go.Figure:
 
 
 def _mm(points: Sequence[Point], angles: Array) -> ComplexArray:
-    return 1e3 * np.array([point.position(angles) for point in points])
+    return np.array([1e3 * point.position(angles) for point in points], np.complex128)
 
 
 def _place(line: Line2D, places: ComplexArray) -> None:

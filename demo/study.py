@@ -9,7 +9,7 @@ import time
 from collections.abc import Iterable, Iterator
 from itertools import islice
 from pathlib import Path
-from typing import TypeVar
+from typing import Any, TypeVar
 
 from dask.distributed import Client, Future, LocalCluster, as_completed
 from rich.console import Console
@@ -25,7 +25,10 @@ Run = TypeVar("Run")
 SENT = (road.__file__, car_runs.__file__)
 """What the workers import."""
 RUNS_PER_THREAD = 8
-"""Runs that Dask holds for each thread of the cluster: enough to keep all at work, and no more for a million runs."""
+"""Runs that Dask holds for each thread of the cluster: enough to keep all at work, and no more in a study of a million.
+
+When half of them are made, as many follow: handed over one by one they would cost Dask twice as much.
+"""
 
 LEAVE_INTERRUPTS = "import signal; signal.signal(signal.SIGINT, signal.SIG_IGN)"
 """What local workers do first: Ctrl-C at the terminal reaches them also, but this process ends them."""
@@ -43,15 +46,11 @@ def main() -> int:
     with Table(options.out / "journal.csv", origin(archive, options.solver)) as table:
         left = [parameters for parameters in plan if table.result(parameters) is None]
         console.print(f"{len(plan)} runs of {options.fmu.name}, {len(plan) - len(left)} of them made before")
-        try:
-            if left:
-                with connect(options) as client:
-                    make_runs(client, archive, left, table)
-        except KeyboardInterrupt:
-            console.print("Interrupted: the same command goes on from here.", style="yellow")
-            return 130
+        if left:
+            with connect(options) as client:
+                make_runs(client, archive, left, table)
         rows = [row for parameters in plan if (row := table.result(parameters))]
-        failures = [f"{parameters}: {table.failure(parameters)}" for parameters in plan if table.failure(parameters)]
+        failures = [f"{parameters}: {table.failure(parameters)}" for parameters in plan if not table.result(parameters)]
     return finish(options, rows, failures)
 
 
@@ -91,9 +90,14 @@ def origin(archive: bytes, solver: Path) -> str:
 def connect(options: argparse.Namespace) -> Client:
     """One thread per worker: between the solver's steps a run holds Python's lock."""
     if options.scheduler:
-        return Client(options.scheduler)
+        try:
+            client = Client(options.scheduler, timeout=10)
+            client.wait_for_workers(1, timeout=60)
+        except OSError as failure:  # a timeout also
+            sys.exit(f"study: no cluster with workers at {options.scheduler}: {failure}")
+        return client
     workers = options.workers or len(os.sched_getaffinity(0))
-    settings = {"dashboard_address": None, "silence_logs": logging.ERROR, "preload": LEAVE_INTERRUPTS}
+    settings = {"dashboard_address": ":0", "silence_logs": logging.ERROR, "preload": LEAVE_INTERRUPTS}
     return Client(LocalCluster(n_workers=workers, threads_per_worker=1, **settings))
 
 
@@ -105,21 +109,22 @@ def make_runs(client: Client, archive: bytes, plan: list[Parameters], table: Tab
     for file in SENT:
         client.upload_file(file)
     client.register_plugin(Car(archive))
+    held = RUNS_PER_THREAD * sum(client.nthreads().values())
     waiting = iter(plan)
-    parameters: dict[Future, Parameters] = {}
+    parameters: dict[Future[Any], Parameters] = {}
 
-    def submit(number: int) -> list[Future]:
+    def submit(number: int) -> list[Future[Any]]:
         chosen = list(islice(waiting, number))
-        futures: list[Future] = client.map(run_one, chosen, pure=False)
+        futures: list[Future[Any]] = client.map(run_one, chosen, pure=False)
         parameters.update(zip(futures, chosen, strict=True))
         return futures
 
-    running = as_completed(submit(RUNS_PER_THREAD * sum(client.nthreads().values())))
-    for future in progress(running, len(plan)):
-        failure = future.exception()
-        table.add(parameters.pop(future), {} if failure else future.result(), str(failure or ""))
-        for next_one in submit(1):
-            running.add(next_one)
+    running = as_completed(submit(held), with_results=True, raise_errors=False)
+    for made, (future, result) in enumerate(progress(running, len(plan)), start=1):
+        failed = future.status == "error"
+        table.add(parameters.pop(future), {} if failed else result, str(result[1]) if failed else "")
+        if made % (held // 2) == 0:
+            running.update(submit(held // 2))
 
 
 def progress(runs: Iterable[Run], number: int) -> Iterator[Run]:
@@ -162,4 +167,8 @@ def verify(archive: Path, rows: list[Row]) -> list[str]:
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        console.print("Interrupted: the same command goes on from here.", style="yellow")
+        sys.exit(130)

@@ -17,13 +17,13 @@ TITLE = "Quarter car over a bump: comfort and road holding"
 def by_speed(rows: Iterable[Row]) -> dict[float, list[Row]]:
     speeds: dict[float, list[Row]] = {}
     for row in rows:
-        speeds.setdefault(float(row["speed"]), []).append(row)
+        speeds.setdefault(row["speed"], []).append(row)
     return dict(sorted(speeds.items()))
 
 
 def stays(row: Row) -> bool:
-    """Whether the wheel stays on the road. Where it would not, the model, which has no way to lift it, means nothing."""
-    return float(row["least_load"]) >= 0.0
+    """Whether the wheel stays on the road. The model does not let it lift, so a run where it would means nothing."""
+    return bool(row["least_load"] >= 0.0)
 
 
 def front(rows: Iterable[Row]) -> list[Row]:
@@ -40,7 +40,9 @@ def draw(file: Path, rows: Iterable[Row]) -> None:
     axis = figure.subplots()
     axis.set_title(TITLE)
     for (speed, group), colour in zip(by_speed(rows).items(), COLOURS, strict=False):
-        axis.scatter(*places(filter(stays, group)), s=22, color=colour, alpha=0.45, linewidths=0.0, label=f"{speed:g} m/s")
+        axis.scatter(
+            *places(filter(stays, group)), s=22, color=colour, alpha=0.45, linewidths=0.0, label=f"{speed:g} m/s"
+        )
         axis.scatter(*places(filterfalse(stays, group)), s=22, facecolors="none", edgecolors=colour, alpha=0.6)
         axis.plot(*places(front(group)), color=colour, linewidth=1.6, marker="o", markersize=3.5)
     axis.scatter([], [], s=22, facecolors="none", edgecolors="grey", label="the wheel would leave the road")
@@ -55,7 +57,7 @@ def draw(file: Path, rows: Iterable[Row]) -> None:
 
 def place(row: Row) -> tuple[float, float]:
     """Where a run is on the map."""
-    return float(row["comfort"]), 100.0 * float(row["load_change"])
+    return row["comfort"], 100.0 * row["load_change"]
 
 
 def places(rows: Iterable[Row]) -> tuple[list[float], list[float]]:

@@ -14,7 +14,7 @@ SPEEDS = (8.0, 12.0, 16.0)
 
 
 def sample(runs: int) -> list[Parameters]:
-    """The first points of a Halton sequence, which fills the ranges evenly. A longer sample begins with a shorter one."""
+    """The first points of a Halton sequence, which fills the ranges evenly; a longer sample contains a shorter one."""
     points = qmc.Halton(len(DESIGN) + 1, rng=0).random(runs)
     lowest, highest = zip(*(RANGES[name] for name in DESIGN), strict=True)
     designs = np.round(qmc.scale(points[:, :-1], lowest, highest))

@@ -67,4 +67,4 @@ def best(rows: list[Row]) -> Iterator[list[float]]:
     """The runs of the fronts, speed by speed."""
     for speed, group in study_map.by_speed(rows).items():
         for row in study_map.front(group):
-            yield [speed, *(float(row[name]) for name in RANGES), *(float(f"{value:.3g}") for value in study_map.place(row))]
+            yield [speed, *(row[name] for name in RANGES), *(float(f"{value:.3g}") for value in study_map.place(row))]

@@ -4,7 +4,7 @@ import csv
 from collections.abc import Iterable, Mapping
 from pathlib import Path
 from types import TracebackType
-from typing import Self
+from typing import Any, Self
 
 from car_runs import DESIGN, Parameters
 
@@ -13,7 +13,8 @@ RESULTS = ("comfort", "load_change", "least_load", "digest")
 COLUMNS = (*INPUTS, *RESULTS)
 JOURNAL = ("origin", *COLUMNS, "failure")
 
-Row = dict[str, float | str]
+Row = dict[str, Any]
+"""Parameters and results of a run."""
 
 
 class Table:
@@ -61,7 +62,7 @@ class Table:
         numbers = {name: float(line[name]) for name in COLUMNS if name != "digest"}
         self._results[key] = numbers | {"digest": line["digest"]}
 
-    def add(self, parameters: Parameters, results: Mapping[str, float | str], failure: str = "") -> None:
+    def add(self, parameters: Parameters, results: Row, failure: str = "") -> None:
         """Writes a run that has ended, at once to the file."""
         values = {"origin": self._origin, **parameters, **results, "failure": " ".join(failure.split())}
         line = {name: str(values.get(name, "")) for name in JOURNAL}

@@ -1,6 +1,7 @@
 """Repeats each run of a study on its own, and compares both with each other and with the exact solution."""
 
 import os
+import signal
 from collections.abc import Iterator
 from concurrent.futures import ProcessPoolExecutor
 from functools import cache, partial
@@ -10,9 +11,9 @@ from pathlib import Path
 import numpy as np
 
 import quarter_car
-from car_runs import DESIGN, RECORDED, TIMES, Array, Parameters, results
+from car_runs import DESIGN, RECORDED, TIMES, Parameters, results
 from master import Master
-from road import bump
+from road import Array, bump
 from study_table import RESULTS, Row
 
 TOLERANCE = 1e-6
@@ -21,13 +22,14 @@ TOLERANCE = 1e-6
 
 def faults(archive: Path, rows: list[Row]) -> Iterator[str]:
     """For each run what is wrong with it, or an empty string. New processes make the runs."""
-    with ProcessPoolExecutor(len(os.sched_getaffinity(0)), get_context("spawn")) as pool:
+    leave_interrupts = (signal.signal, (signal.SIGINT, signal.SIG_IGN))
+    with ProcessPoolExecutor(len(os.sched_getaffinity(0)), get_context("spawn"), *leave_interrupts) as pool:
         yield from pool.map(partial(fault, archive), rows)
 
 
 def fault(archive: Path, row: Row) -> str:
     """Makes the run anew, from the archive in a folder of its own, with an instance of its own."""
-    parameters = {name: float(row[name]) for name in (*DESIGN, "speed")}
+    parameters = {name: row[name] for name in (*DESIGN, "speed")}
     heights = bump(TIMES, parameters["speed"])
     record = _master(archive).run({name: parameters[name] for name in DESIGN}, TIMES, heights)
     signals = {name: record.signals[name][1:] for name in RECORDED}

@@ -14,6 +14,6 @@ def pack(model: str, folder: Path) -> Path:
     """The FMU of a demo model."""
     archive = folder / f"{model}.fmu"
     description = ROOT / "demo" / "models" / model / f"{model}.toml"
-    command = [BUILD / "tessaro-fmu", "pack", description, "--output", archive]
+    command: list[str | Path] = [BUILD / "tessaro-fmu", "pack", description, "--output", archive]
     subprocess.run(command, check=True, capture_output=True)
     return archive

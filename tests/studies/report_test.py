@@ -13,6 +13,7 @@ from demo_fmus import INSTALLATION, ROOT, pack
 
 import study_plan
 import study_report
+from study_table import Row
 
 WIDTHS = (1280, 390)
 
@@ -51,7 +52,7 @@ POINT = """new Promise(done => {
 def drive(model: str, folder: Path, *options: str) -> Path:
     """The report of a run of a demo model."""
     archive = pack(model, folder)
-    command = [sys.executable, ROOT / "demo" / "cosimulate.py", model, archive, folder, *options]
+    command: list[str | Path] = [sys.executable, ROOT / "demo" / "cosimulate.py", model, archive, folder, *options]
     environment = os.environ | {"KORVAN_FMU_ROOT": str(INSTALLATION)}
     result = subprocess.run(command, env=environment, capture_output=True, text=True)
     if result.returncode != 0:
@@ -61,7 +62,7 @@ def drive(model: str, folder: Path, *options: str) -> Path:
 
 def draw_study(folder: Path) -> Path:
     """The report of a study with results that are made up."""
-    rows = [
+    rows: list[Row] = [
         {**run, "comfort": run["k_c"] / 2e4, "load_change": 100.0 / run["d_c"], "least_load": run["d_c"] / 1e3 - 0.6}
         for run in study_plan.sample(40)
     ]
@@ -99,7 +100,9 @@ class Reports(unittest.TestCase):
 
     def test_the_car(self) -> None:
         page = drive("quarter_car", self.folder, "--stop", "0.5", "--set", "k_c=20000")
-        self.assert_drawn(page, 4, "demo/run quarter_car --stop 0.5 --set k_c=20000", "stiffness of the suspension", "FMPy")
+        self.assert_drawn(
+            page, 4, "demo/run quarter_car --stop 0.5 --set k_c=20000", "stiffness of the suspension", "FMPy"
+        )
         self.assert_moves(page, "0.5 s")
 
     def test_the_squeezer(self) -> None:
@@ -119,7 +122,6 @@ class Reports(unittest.TestCase):
         hovered = self.open(page, POINT).facts["text"]
         for text in (f"k_c = {first['k_c']:.0f} N/m", f"d_c = {first['d_c']:.0f} N s/m", f"speed {speed:.0f} m/s"):
             self.assertIn(text, hovered)
-
 
     def test_faults_of_a_page_would_be_seen(self) -> None:
         """What the tests above rely on."""
