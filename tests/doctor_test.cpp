@@ -32,6 +32,8 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"misbehave; sed -i s/x/x/ $TSCICOS\n"
          "for place in 40 60; do printf '\\0\\0\\0\\0' | dd of=$TSCICOS bs=1 seek=$place conv=notrunc 2> dd; done",
          "warning library-sections"},
+        {"as_user; chmod 0 car/resources; trap 'chmod 755 car/resources' EXIT", "error folder-permission"},
+        {"FMU=none; rm $TSCICOS", "error unreadable, error interface-library-missing"},
         {"as_user; chmod 0 root/plsolvers; trap 'chmod 755 root/plsolvers' EXIT", "error folder-permission"},
         {"mkdir root/pldesktop; mv root/io root/pldesktop", ""},
         {"rm root/$BATCH", "error translator-missing"},
