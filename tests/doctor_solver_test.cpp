@@ -95,6 +95,10 @@ TEST(DoctorOfSolvers, TriesEachParameterAndInput) {
         {"sed -i '/\"m_w\"/d; s/${m_w}/40/' $MODEL.mdl", refuses + "parameter \"m_w\"" + csv},
         {"misbehave 'refuse other masses'",
          "warning value-fails: With another value of the parameter \"m_c\": The solver reports in blkStart: too heavy"},
+        {"misbehave; SOLVER='--solver --time-limit 5'; rm root/$BATCH; printf '#!/bin/sh\\n[ -s $2 ] && sleep 60; cp "
+         "$1 "
+         "QuarterCar.xml' > root/$BATCH; chmod +x root/$BATCH",
+         refuses + "input \"z_road\": The translator did not return within 5 s, in the translation."},
         {"misbehave; rm root/$BATCH; printf '#!/bin/sh\\nsed /m_c/s/400/$(sed -n s/^m_c,.//p $2)/ $1 > "
          "QuarterCar.xml' > root/$BATCH; chmod +x root/$BATCH",
          "warning value-without-effect: The model file is the same whatever value the parameter \"m_w\" has."},
