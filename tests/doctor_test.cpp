@@ -40,6 +40,7 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"sed -i s/x/x/ root/$BATCH; chmod -x root/$BATCH", "error translator-permission"},
         {"sed -i '1s/.ELF../PK/' root/$BATCH; sed -i '1s/^/\\x7f''ELF1/' root/$BATCH", "error translator-kind"},
         {"sed -i s/libxml2.so/libxml0.so/ root/$BATCH", "error translator-dependency"},
+        {"sed -i s/64.so.2/64.so.9/ root/$BATCH", "error translator-dependency"},
         {"sed -i s/GLIBC_2.34/GLIBC_2.99/ root/$BATCH", "error translator-dependency"},
         {"mkdir root/pldesktop; cp -r root/io root/pldesktop; sed -i 1s,^,#!/none\\n, root/$BATCH",
          "warning translator-dependency"},
