@@ -150,7 +150,7 @@ private:
             table.add({signal.place(), signal.name, signal.unit, session.access().labelOf(signal.port),
                        fmt::format("{:.6g}", atStart), fmt::format("{:.6g}", atEnd)});
         }
-        context_.report.note("signals", table.text());
+        if (shown > 0) context_.report.note("signals", table.text());
     }
 
     SessionContext context_;
