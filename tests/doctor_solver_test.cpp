@@ -14,6 +14,7 @@ TEST(DoctorOfSolvers, NamesWhatIsWrongInAShortRun) {
     const std::string throws = " throws an exception, std::runtime_error: ";
     const std::pair<const char*, std::string> misbehaviours[] = {
         {"nothing", ""},
+        {"make whole steps only", ""},
         {"crash", "error solver-crash: The solver ends the process in " + request + " for 0.01 s: Segmentation fault."},
         {"exit", "error solver-exit: The solver ends the process in " + request + " for 0.01 s, with code 3."},
         {"break", "error solver-exception: " + request + throws + "the spring broke"},
@@ -95,6 +96,10 @@ TEST(DoctorOfSolvers, TriesEachParameterAndInput) {
         {"sed -i '/\"m_w\"/d; s/${m_w}/40/' $MODEL.mdl", refuses + "parameter \"m_w\"" + csv},
         {"misbehave 'refuse other masses'",
          "warning value-fails: With another value of the parameter \"m_c\": The solver reports in blkStart: too heavy"},
+        {"misbehave; SOLVER='--solver --time-limit 5'; rm root/$BATCH; printf '#!/bin/sh\\n[ -s $2 ] && sleep 60; cp "
+         "$1 "
+         "QuarterCar.xml' > root/$BATCH; chmod +x root/$BATCH",
+         refuses + "input \"z_road\": The translator did not return within 5 s, in the translation."},
         {"misbehave; rm root/$BATCH; printf '#!/bin/sh\\nsed /m_c/s/400/$(sed -n s/^m_c,.//p $2)/ $1 > "
          "QuarterCar.xml' > root/$BATCH; chmod +x root/$BATCH",
          "warning value-without-effect: The model file is the same whatever value the parameter \"m_w\" has."},
@@ -123,6 +128,8 @@ TEST(DoctorOfSolvers, ShowsWhatTheSolverDoes) {
         {"misbehave",
          "\n                    output port 1, signal 0  z_w       m     height of the wheel  0       400\n"},
         {"misbehave", "\n                    output port 0: first 1e+04 beside 0; second 0 throughout\n"},
+        {"misbehave 'make whole steps only'",
+         "\nderivatives         not compared: the solver does not make small steps\n"},
         {"misbehave 'talk and crash'", "the last words\n"},
         {"sed -i 17s/[0-9]*$/100/ car/resources/fmu2ts.par",
          "not examined: the solver, since there are errors in resources/fmu2ts.par\n"},

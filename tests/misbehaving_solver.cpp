@@ -127,7 +127,10 @@ void blkDepositPlantInput(void* handle, int /*flag*/, Access* access, double tim
         access->MessageHandler(handle, "a bump", 2);
 }
 
-void blkRequestPlantOutput(void* handle, Access* access, double /*time*/) {
+void blkRequestPlantOutput(void* handle, Access* access, double time) {
+    const double steps = time / 0.01;
+    if (does("make whole steps only") && std::abs(steps - std::round(steps)) > 1e-6)
+        return access->MessageHandler(handle, "half a step", 2);
     ++requests[handle];
     ++allRequests;
     writeOutputs(handle, access, !does("request without outputs"), !does("no derivatives"));

@@ -1,10 +1,13 @@
 #include "tool/doctor/doctor.h"
 
+#include <optional>
+
 #include "tool/check/check.h"
 #include "tool/doctor/examinations.h"
 #include "tool/doctor/obstacles.h"
 #include "tool/doctor/solver/drive.h"
 #include "tool/fmu/names.h"
+#include "tool/os/files.h"
 #include "tool/os/user_error.h"
 
 namespace tool {
@@ -15,9 +18,10 @@ namespace fs = std::filesystem;
 
 /// Where the FMU's files are or will be. False when they cannot be anywhere.
 bool examinePlace(const fs::path& fmu, Report& report) {
-    if (!fs::is_directory(fmu)) return examineTemporaryFolder(report);
-    refusesToRun(fs::absolute(fmu), "the FMU", report);
+    if (isBehindClosedFolder(fmu / resourcesFolder, report)) return false;
+    if (!isFolder(fmu)) return examineTemporaryFolder(report);
     const fs::path resources = fs::absolute(fmu / resourcesFolder).lexically_normal();
+    refusesToRun(fs::absolute(fmu), "the FMU", report);
     if (examineLocation(resources, report))
         report.note("resources", resources.string() + "; all masters can pass this path on");
     return true;
@@ -40,9 +44,29 @@ std::string obstacleOf(const Fmu& fmu, bool isLoaded, bool isTranslated, const R
     return isTranslated ? "" : "the translator cannot be used";
 }
 
+void examineInstallation(const SolverInstallation& installation, Report& report) {
+    if (!installation.isUsable) return;
+    report.looksAt("the installation");
+    examineInterfaceLibrary(installation, report);
+    examineTranslators(installation, true, report);
+}
+
+/// False with a finding when it cannot be opened.
+bool open(const fs::path& path, std::optional<Fmu>& fmu, Report& report) {
+    if (!examinePlace(path, report)) return false;
+    try {
+        fmu.emplace(fs::absolute(path).lexically_normal());
+        return true;
+    } catch (const UserError& error) {
+        report.add("unreadable", {}, "{}", error.what());
+        return false;
+    }
+}
+
 void examineFmu(const DoctorOptions& options, const SolverInstallation& installation, Report& report) {
-    if (!examinePlace(options.fmu, report)) return;
-    const Fmu fmu(fs::absolute(options.fmu).lexically_normal());
+    std::optional<Fmu> opened;
+    if (!open(options.fmu, opened, report)) return examineInstallation(installation, report);
+    const Fmu& fmu = *opened;
     checkFmu(fmu, report);
     noteModel(fmu, report);
     if (installation.isUsable) report.looksAt("the installation");
@@ -66,10 +90,7 @@ void examine(const DoctorOptions& options, Report& report) {
     const SolverInstallation installation = examineEnvironment(report);
     if (!options.fmu.empty()) return examineFmu(options, installation, report);
     report.skips("an FMU, since none was named");
-    if (!installation.isUsable) return;
-    report.looksAt("the installation");
-    examineInterfaceLibrary(installation, report);
-    examineTranslators(installation, true, report);
+    examineInstallation(installation, report);
 }
 
 } // namespace tool

@@ -14,7 +14,7 @@ struct DoctorOptions {
 };
 
 /// Adds what is found: what check finds in the FMU first, then the rest. Prints nothing. Loads the FMU's library and
-/// the solver's, in child processes. Throws UserError when the FMU cannot be opened.
+/// the solver's, in child processes, and says so before on standard error.
 void examine(const DoctorOptions& options, Report& report);
 
 } // namespace tool

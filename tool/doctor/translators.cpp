@@ -16,6 +16,7 @@
 #include "tool/fmu/shared_object.h"
 #include "tool/os/child_process.h"
 #include "tool/os/files.h"
+#include "tool/os/user_error.h"
 
 namespace tool {
 
@@ -48,14 +49,22 @@ std::optional<Fault> faultOfScript(const std::string& line) {
                  fmt::format("The translator is a script for {}, which does not exist.", inQuotes(interpreter))};
 }
 
-/// What the loader says of the versions of libraries that a program needs, without running the program.
-std::string loaderRefusal(const fs::path& translator) {
-    if (readLoadingNeeds(ElfFile(translator)).needed.empty()) return ""; // it would run
-    const ChildResult listed = runProgram({{translator.string()}, {}, {{"LD_TRACE_LOADED_OBJECTS", "1"}}, 20});
-    const std::size_t fault = listed.output.find(" not found");
+/// The line in which the loader says which version of a library there is not; or empty.
+std::string lineOfMissing(const std::string& output) {
+    const std::size_t fault = output.find(" not found");
     if (fault == std::string::npos) return "";
-    const std::size_t start = listed.output.rfind('\n', fault) + 1;
-    return listed.output.substr(start, listed.output.find('\n', fault) - start);
+    const std::size_t start = output.rfind('\n', fault) + 1;
+    return output.substr(start, output.find('\n', fault) - start);
+}
+
+/// Why a program does not start, in the loader's words, without running the program; or empty.
+std::string loaderRefusal(const fs::path& translator) {
+    try {
+        if (readLoadingNeeds(ElfFile(translator)).needed.empty()) return ""; // it would run
+        return lineOfMissing(runProgram({{translator.string()}, {}, {{"LD_TRACE_LOADED_OBJECTS", "1"}}, 20}).output);
+    } catch (const UserError& error) {
+        return error.what();
+    }
 }
 
 std::optional<Fault> faultOf(const fs::path& translator) {
@@ -79,7 +88,7 @@ std::optional<Fault> faultOf(const fs::path& translator) {
         return Fault{"translator-dependency",
                      fmt::format("The translator needs {}, not found here.", fmt::join(missing, ", "))};
     if (const std::string refusal = loaderRefusal(translator); !refusal.empty())
-        return Fault{"translator-dependency", fmt::format("The translator does not start: {}.", refusal)};
+        return Fault{"translator-dependency", fmt::format("The translator does not start: {}", refusal)};
     return std::nullopt;
 }
 

@@ -69,19 +69,17 @@ void driveCopies(const SolverCheck& check, const WorkingCopy& copy, const Workin
     const fs::path modelFile = copy.root() / fmu.modelFile();
     const bool isGenerated = !fs::exists(modelFile);
     const auto translate = [&](SessionReport& session) { makeModelFile(copy.resources(), fmu.shape, session); };
-    if (!runner.runAndAdd({fmu.modelTemplate(), "translator prints", "making the model file", translate})) return;
+    if (!runner.runAndAdd({fmu.modelTemplate(), "translator", "making the model file", translate})) return;
 
     const SessionPlan plan = planOf(check, copy, other);
     const std::string library = plan.library.string();
     const auto runFirst = [&](SessionReport& session) { runOnce(plan, session); };
     const auto runFurther = [&](SessionReport& session) { runRepeatedly(plan, session); };
-    const bool isFaultless =
-        runner.runAndAdd({library, "solver prints", "driving the solver for a few steps", runFirst});
+    const bool isFaultless = runner.runAndAdd({library, "solver", "driving the solver for a few steps", runFirst});
     if (isGenerated && fs::exists(modelFile))
         report.add("model-file-left", {library}, "The solver leaves the generated model file, {}.", fmu.modelFile());
     if (isFaultless &&
-        runner.runAndAdd({library, "solver prints", "driving the solver through many runs", runFurther, false}) &&
-        isGenerated)
+        runner.runAndAdd({library, "solver", "driving the solver through many runs", runFurther, false}) && isGenerated)
         tryValues(fmu, copy, plan, check.timeLimit, runner, report);
 }
 

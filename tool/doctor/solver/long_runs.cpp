@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
 
 #include <fmt/format.h>
@@ -21,8 +20,6 @@ constexpr std::int64_t mostBytesOfARun = 16 << 10;
 constexpr std::int64_t mostBytesOfAStep = 1 << 10;
 constexpr std::int32_t mostReals = 20'000;
 constexpr std::size_t mostSignalsShown = 200;
-
-using Clock = std::chrono::steady_clock;
 
 /// Columns with headings, each as wide as its longest entry; those without entries are left out.
 class Table {
@@ -64,15 +61,13 @@ public:
         ResourceUse warm{};
         for (runs_ = 1; runs_ < nRuns; ++runs_) {
             if (runs_ == firstRunsCounted) warm = resourceUse();
-            if (isLate() || !makeRun(stepsEach)) break;
+            if (context_.isLate() || !makeRun(stepsEach)) break;
         }
         noteCounts();
         if (runs_ == nRuns) judgeRuns(warm, resourceUse());
     }
 
 private:
-    bool isLate() const { return std::chrono::duration<double>(Clock::now() - start_).count() > plan_.patience; }
-
     /// To the final time and with driven inputs, so that the values at its end say something.
     bool makeFirstRun() {
         Session session(context_, plan_.resources);
@@ -90,12 +85,12 @@ private:
     bool makeSteps(Session& session, int number) {
         const int warmSteps = number / 10;
         ResourceUse warm{};
-        for (int i = 0; i < number && !isLate(); ++i) {
+        for (int i = 0; i < number && !context_.isLate(); ++i) {
             if (i == warmSteps) warm = resourceUse();
             if (!session.step(plan_.stepSize)) return false;
             ++steps_;
         }
-        return isLate() || isFrugal(warm, resourceUse(), number - warmSteps);
+        return context_.isLate() || isFrugal(warm, resourceUse(), number - warmSteps);
     }
 
     bool makeRun(int number) {
@@ -131,9 +126,9 @@ private:
     }
 
     void noteCounts() {
-        context_.report.note("solver",
-                             fmt::format("driven through {} of {} runs in a row, with {} steps of {} s in all{}", runs_,
-                                         nRuns, steps_, plan_.stepSize, isLate() ? ", in half the time limit" : ""));
+        context_.report.note(
+            "solver", fmt::format("driven through {} of {} runs in a row, with {} steps of {} s in all{}", runs_, nRuns,
+                                  steps_, plan_.stepSize, context_.isLate() ? ", in half the time limit" : ""));
     }
 
     /// Beside each other what the description and what the solver calls a port, and its values.
@@ -150,13 +145,12 @@ private:
             table.add({signal.place(), signal.name, signal.unit, session.access().labelOf(signal.port),
                        fmt::format("{:.6g}", atStart), fmt::format("{:.6g}", atEnd)});
         }
-        context_.report.note("signals", table.text());
+        if (shown > 0) context_.report.note("signals", table.text());
     }
 
     SessionContext context_;
     const SessionPlan& plan_;
     int runs_ = 0, steps_ = 0;
-    Clock::time_point start_ = Clock::now();
 };
 
 } // namespace

@@ -21,16 +21,18 @@ std::string shownOutput(std::string text) {
 }
 
 /// How a child ended, when not as it should.
-std::optional<SessionFact> badEndOf(const ChildResult& child, const SessionOutcome& outcome, double timeLimit) {
+std::optional<SessionFact> badEndOf(const char* subject, const ChildResult& child, const SessionOutcome& outcome,
+                                    double timeLimit) {
     const std::string place = outcome.unfinished.empty() ? "between the calls" : "in " + outcome.unfinished;
     if (child.timedOut)
-        return SessionFact{"solver-hang", fmt::format("The solver did not return within {} s, {}.", timeLimit, place)};
+        return SessionFact{"solver-hang",
+                           fmt::format("The {} did not return within {} s, {}.", subject, timeLimit, place)};
     if (child.signal != 0)
         return SessionFact{"solver-crash",
-                           fmt::format("The solver ends the process {}: {}.", place, strsignal(child.signal))};
+                           fmt::format("The {} ends the process {}: {}.", subject, place, strsignal(child.signal))};
     if (!outcome.ended)
         return SessionFact{"solver-exit",
-                           fmt::format("The solver ends the process {}, with code {}.", place, child.exitCode)};
+                           fmt::format("The {} ends the process {}, with code {}.", subject, place, child.exitCode)};
     return std::nullopt;
 }
 
@@ -52,7 +54,8 @@ PartResult PartRunner::run(const Part& part) const {
         },
         timeLimit_);
     PartResult result{readReport(child.report), child.output, child.timedOut};
-    if (const auto end = badEndOf(child, result.outcome, timeLimit_)) result.outcome.facts.push_back(*end);
+    if (const auto end = badEndOf(part.subject, child, result.outcome, timeLimit_))
+        result.outcome.facts.push_back(*end);
     return result;
 }
 
@@ -72,7 +75,7 @@ void PartRunner::add(const Part& part, const PartResult& result) {
     }
     reported_.merge(rules);
     for (const auto& [heading, lines] : result.outcome.notes) report_.note(heading, lines);
-    if (!result.output.empty()) report_.note(part.speaker, shownOutput(result.output));
+    if (!result.output.empty()) report_.note(fmt::format("{} prints", part.subject), shownOutput(result.output));
 }
 
 } // namespace tool

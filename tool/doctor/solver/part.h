@@ -14,7 +14,7 @@ namespace tool {
 
 struct Part {
     std::string place;   ///< the file that its findings name
-    const char* speaker; ///< heads what it prints
+    const char* subject; ///< who runs: "solver"
     std::string purpose; ///< what it does, for people who wait
     std::function<void(SessionReport&)> run;
     bool passesMessages = true; ///< what the solver says becomes notes

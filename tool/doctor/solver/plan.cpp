@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <utility>
 
 namespace tool {
 
@@ -9,14 +11,15 @@ namespace {
 
 constexpr double smallValue = 0.01;
 
-/// Of the variables that share the value the one with the port's causality.
-const DescribedVariable* variableOf(const ModelDescription& description, const Signal& signal) {
-    const Causality causality = signal.port.isInput ? Causality::input : Causality::output;
-    const auto found = std::ranges::find_if(description.variables, [&](const DescribedVariable& variable) {
-        return variable.isTyped() && variable.type == Type::real && variable.causality == causality &&
-               variable.reference == static_cast<std::uint32_t>(signal.port.offset + signal.index);
-    });
-    return found != description.variables.end() ? &*found : nullptr;
+/// By causality and value reference; of those that share both the first.
+using Variables = std::map<std::pair<Causality, std::int64_t>, const DescribedVariable*>;
+
+Variables realsOf(const ModelDescription& description) {
+    Variables reals;
+    for (const DescribedVariable& variable : description.variables)
+        if (variable.isTyped() && variable.type == Type::real && variable.reference)
+            reals.try_emplace({variable.causality, *variable.reference}, &variable);
+    return reals;
 }
 
 double drivenValue(const DescribedVariable& variable) {
@@ -29,11 +32,14 @@ double drivenValue(const DescribedVariable& variable) {
 } // namespace
 
 std::vector<Signal> signalsOf(const ShapeFile& shape, const ModelDescription& description) {
+    const Variables reals = realsOf(description);
     std::vector<Signal> signals;
     for (const Port& port : shape.ports) {
         for (int i = 0; i < port.width; ++i) {
             Signal signal{port, i, "", "", port.isInput ? smallValue : 0};
-            if (const DescribedVariable* variable = variableOf(description, signal)) {
+            const auto found = reals.find({port.isInput ? Causality::input : Causality::output, port.offset + i});
+            if (found != reals.end()) {
+                const DescribedVariable* variable = found->second;
                 const XmlAttribute* unit = variable->attribute("unit");
                 signal.name = variable->name;
                 signal.unit = unit != nullptr ? unit->value : "";

@@ -48,8 +48,6 @@ public:
     }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     void runWhatCompares() {
         attempt("In a second run", [this] { runAgain(plan_.resources); });
         attempt("After a reset", [this] { runAfterReset(); });
@@ -62,8 +60,7 @@ private:
     /// A solver that needs long is not taken for one that hangs.
     template <typename Scenario>
     void attempt(const std::string& situation, const Scenario& scenario) {
-        const std::chrono::duration<double> elapsed = Clock::now() - start_;
-        if (elapsed.count() > plan_.patience) return late_.push_back(situation);
+        if (context_.isLate()) return late_.push_back(situation);
         context_.report.setSituation(situation);
         scenario();
         context_.report.setSituation("");
@@ -151,14 +148,21 @@ private:
     const SessionPlan& plan_;
     Trajectory expected_;
     std::vector<std::string> late_; ///< what was not tried
-    Clock::time_point start_ = Clock::now();
 };
+
+/// From now on; the time limit of the process is far beyond.
+SessionContext contextOf(const SessionPlan& plan, const SolverLibrary& library, SessionReport& report) {
+    const auto patience = std::chrono::duration<double>(plan.patience);
+    return {plan, library, report,
+            std::chrono::steady_clock::now() +
+                std::chrono::duration_cast<std::chrono::steady_clock::duration>(patience)};
+}
 
 } // namespace
 
 void runOnce(const SessionPlan& plan, SessionReport& report) {
     auto library = std::make_unique<const SolverLibrary>(plan.library, report);
-    Session session({plan, *library, report}, plan.resources); // outlives the library, which may still ask it
+    Session session(contextOf(plan, *library, report), plan.resources); // outlives the library, which may still ask it
     if (session.start() && session.steps(shortRun)) session.end();
     library.reset();
     report.end();
@@ -166,7 +170,7 @@ void runOnce(const SessionPlan& plan, SessionReport& report) {
 
 void runRepeatedly(const SessionPlan& plan, SessionReport& report) {
     auto library = std::make_unique<const SolverLibrary>(plan.library, report);
-    Scenarios({plan, *library, report}).run();
+    Scenarios(contextOf(plan, *library, report)).run();
     library.reset();
     report.end();
 }

@@ -2,6 +2,7 @@
 // everything around them under watch. For child processes only.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -18,6 +19,9 @@ struct SessionContext {
     const SessionPlan& plan;
     const SolverLibrary& library;
     SessionReport& report;
+    std::chrono::steady_clock::time_point deadline; ///< after which no further run is begun
+
+    bool isLate() const { return std::chrono::steady_clock::now() > deadline; }
 };
 
 class Session {

@@ -67,10 +67,9 @@ private:
     Trial translate(const std::vector<Setting>& settings) {
         const fs::path file = copy_.root() / fmu_.modelFile();
         fs::remove(file);
-        const PartResult result =
-            runner_.run({fmu_.modelTemplate(), "", "trying values with the translator", [&](SessionReport& report) {
-                             makeModelFile(copy_.resources(), fmu_.shape, settings, report);
-                         }});
+        const PartResult result = runner_.run(
+            {fmu_.modelTemplate(), "translator", "trying values with the translator",
+             [&](SessionReport& report) { makeModelFile(copy_.resources(), fmu_.shape, settings, report); }});
         hung_ = hung_ || result.timedOut;
         Trial trial;
         if (result.outcome.facts.empty()) {
@@ -151,7 +150,7 @@ private:
         SessionPlan plan = plan_;
         plan.model = model;
         fs::remove(copy_.root() / fmu_.modelFile());
-        const PartResult result = runner_.run({plan.library.string(), "", "trying values with the solver",
+        const PartResult result = runner_.run({plan.library.string(), "solver", "trying values with the solver",
                                                [&](SessionReport& report) { runOnce(plan, report); }});
         hung_ = hung_ || result.timedOut;
         const SessionFact* error = result.firstError();
