@@ -9,6 +9,7 @@ import subprocess
 import sys
 import tempfile
 from pathlib import Path
+from zipfile import ZipFile
 
 PROGRAM, MASTER = (Path(argument).resolve() for argument in sys.argv[1:3])
 ENVIRONMENT = {"KORVAN_FMU_ROOT": "/", "PATH": "/usr/sbin:/usr/bin:/sbin:/bin"}
@@ -27,6 +28,16 @@ def check_licenses(folder: Path, licenses: Path) -> None:
     told = subprocess.run(command, cwd=folder, env={"PATH": str(folder / "bin")}, capture_output=True, text=True, check=True).stderr
     if len(re.findall(r"No licence of .*\[license-missing\]", told)) != len(libraries):
         sys.exit(f"There should be a warning for each of {libraries}:\n{told}")
+
+    # An installation that brings the libraries along has the texts of all of them.
+    brought, texts = folder / "prefix/lib/tessaro-fmu", folder / "prefix/share/doc/tessaro_fmu/licences"
+    shutil.copytree(licenses.parent.parent / "binaries/linux64", brought)
+    texts.mkdir(parents=True)
+    (texts / "zlib1g").write_text("the text")
+    command += ["--library", brought / "Lonely.so"]
+    told = subprocess.run(command, cwd=folder, env={"PATH": ""}, capture_output=True, text=True, check=True).stderr
+    if told or ZipFile(folder / "without.fmu").read("documentation/licenses/zlib1g.txt") != b"the text":
+        sys.exit(f"The licence that the installation has should be in the FMU:\n{told}")
 
 
 def main(folder: Path, root: Path) -> None:

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -64,12 +63,20 @@ std::string packageOf(const fs::path& file) {
     return "";
 }
 
-/// Debian's copyright file of the package.
-std::optional<License> licenseOf(const fs::path& file) {
-    const std::string package = packageOf(file);
-    if (package.empty()) return std::nullopt;
-    const auto text = readFile(fs::path("/usr/share/doc") / package / "copyright");
-    return text ? std::optional(License{package + ".txt", *text}) : std::nullopt;
+/// Debian's copyright file of the package. An installation that brings the library along has those of all that it
+/// brings in one folder.
+std::vector<License> licensesOf(const fs::path& file) {
+    std::vector<License> licenses;
+    const auto add = [&licenses](const std::string& name, const fs::path& path) {
+        if (auto text = readFile(path)) licenses.push_back({name + ".txt", std::move(*text)});
+    };
+    const fs::path brought = file.parent_path() / "../../share/doc/tessaro_fmu/licences";
+    if (const std::string package = packageOf(file); !package.empty())
+        add(package, fs::path("/usr/share/doc") / package / "copyright");
+    else if (isFolder(brought))
+        for (const auto& entry : fs::directory_iterator(brought)) add(entry.path().filename(), entry.path());
+    std::ranges::sort(licenses, {}, &License::name);
+    return licenses;
 }
 
 } // namespace
@@ -83,10 +90,10 @@ Bundle bundleLibraries(const fs::path& library, const std::string& fileName, Rep
         if (dependency.path.empty())
             fail("{} needs {}, which is not installed here.", library.string(), dependency.name);
         bundle.libraries.push_back({dependency.name, lookingBesideItself(dependency.path, copy), true});
-        if (auto license = licenseOf(dependency.path))
-            bundle.licenses.push_back(std::move(*license));
-        else
+        const std::vector<License> licenses = licensesOf(dependency.path);
+        if (licenses.empty())
             report.add("license-missing", {}, "No licence of {} was found.", inQuotes(dependency.path.string()));
+        bundle.licenses.insert(bundle.licenses.end(), licenses.begin(), licenses.end());
     }
     return bundle;
 }
