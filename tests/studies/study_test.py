@@ -46,7 +46,8 @@ class Study:
 
     def __init__(self, out: Path, *options: str) -> None:
         self.journal, self.table = out / "journal.csv", out / "study.csv"
-        command: list[str | Path] = [ROOT / "demo" / "study", "--out", out, "--runs", str(RUNS), *options]
+        terminal = ["env", "--default-signal=INT"]  # a background job of a shell's would ignore Ctrl-C
+        command: list[str | Path] = [*terminal, ROOT / "demo" / "study", "--out", out, "--runs", str(RUNS), *options]
         self._process = subprocess.Popen(
             command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, start_new_session=True
         )
