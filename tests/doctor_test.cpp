@@ -88,7 +88,7 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
          "..\n"
          "sed -i 6s/10/8/ plain/resources/fmu2ts.par; sed -i '1s/10/8/; 10,11d' plain/resources/mv.par\n"
          "FMU=plain SOLVER=--solver",
-         ""},
+         "warning content-changed"},
     };
     for (const auto& [script, told] : faults) EXPECT_EQ(toldAfter(script), told) << script;
 }
