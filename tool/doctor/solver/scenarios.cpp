@@ -161,17 +161,17 @@ SessionContext contextOf(const SessionPlan& plan, const SolverLibrary& library, 
 } // namespace
 
 void runOnce(const SessionPlan& plan, SessionReport& report) {
-    auto library = std::make_unique<const SolverLibrary>(plan.library, report);
-    Session session(contextOf(plan, *library, report), plan.resources); // outlives the library, which may still ask it
+    SolverLibrary library(plan.library, report);
+    Session session(contextOf(plan, library, report), plan.resources); // outlives the library, which may still ask it
     if (session.start() && session.steps(shortRun)) session.end();
-    library.reset();
+    library.unload();
     report.end();
 }
 
 void runRepeatedly(const SessionPlan& plan, SessionReport& report) {
-    auto library = std::make_unique<const SolverLibrary>(plan.library, report);
-    Scenarios(contextOf(plan, *library, report)).run();
-    library.reset();
+    SolverLibrary library(plan.library, report);
+    Scenarios(contextOf(plan, library, report)).run();
+    library.unload();
     report.end();
 }
 

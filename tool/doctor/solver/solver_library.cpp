@@ -46,7 +46,7 @@ SolverLibrary::SolverLibrary(const fs::path& file, SessionReport& report) : repo
     report.begin("");
 }
 
-SolverLibrary::~SolverLibrary() {
+void SolverLibrary::unload() {
     report_.setSituation("");
     if (hasOtherThreads()) report_.add("thread-left", "A thread of the solver is still there when the run is over.");
     report_.begin("unloading the library");

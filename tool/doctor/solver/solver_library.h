@@ -18,7 +18,7 @@ public:
     /// Loads the library, which is known to load, and reports what this changes in the process.
     SolverLibrary(const std::filesystem::path& file, SessionReport& report);
     /// Looks for threads that are left, and unloads the library.
-    ~SolverLibrary();
+    void unload();
     SolverLibrary(const SolverLibrary&) = delete;
     SolverLibrary& operator=(const SolverLibrary&) = delete;
 
