@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what a fresh Debian 12 or 13 lacks. Quick, and silent, when nothing is missing.
+# Installs what is missing on a fresh Debian 12 or 13. Quick, and silent, when nothing is missing.
 #
 #   scripts/setup.sh GROUP...
 #

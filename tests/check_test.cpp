@@ -46,7 +46,7 @@ std::vector<Finding> check(const fs::path& fmu) {
     return wrong;
 }
 
-/// RULE:LINE, with @FILE behind the rule when it isn't the file given.
+/// RULE:LINE, with @FILE after the rule if it is another file than the one given.
 std::multiset<std::string> shown(const std::vector<Finding>& findings, const std::string& file) {
     std::multiset<std::string> result;
     for (const Finding& found : findings)

@@ -38,9 +38,9 @@ TEST(DoctorOfSolvers, NamesWhatIsWrongInAShortRun) {
         {"ask for port 3", "error port-out-of-range: GetOutputPortRealSignalPtrs is asked for port 3 of 3 (from 0)."},
         {"null handle", "error wrong-handle: GetNumInputPorts is called with a null handle in " + request + "."},
         {"foreign handle", "error wrong-handle: GetNumInputPorts is called with a foreign handle in " + request + "."},
-        {"write behind a port",
+        {"write past a port",
          "error foreign-write: " + request + " writes into real variable 10, which is in no port."},
-        {"write behind the values",
+        {"write past the values",
          "error foreign-write: " + request + " writes past the end of the FMU's real variables."},
         {"write the record", "error record-written: " + request + " changes the record of its handle."},
         {"ask in a thread", "error other-thread: GetFinalTimei is called from a thread of the solver."},
@@ -56,9 +56,9 @@ TEST(DoctorOfSolvers, NamesWhatIsWrongInAShortRun) {
                                    " changes the process's floating-point environment: the rounding, the rounding of "
                                    "long double."},
     };
-    for (const auto& [misbehaviour, told] : misbehaviours)
-        EXPECT_EQ(toldAfter(std::string("SOLVER=--solver; misbehave '") + misbehaviour + "'", true), told);
-    EXPECT_EQ(toldAfter("SOLVER='--solver --time-limit 1'; misbehave hang", true),
+    for (const auto& [misbehaviour, findings] : misbehaviours)
+        EXPECT_EQ(findingsAfter(std::string("SOLVER=--solver; misbehave '") + misbehaviour + "'", true), findings);
+    EXPECT_EQ(findingsAfter("SOLVER='--solver --time-limit 1'; misbehave hang", true),
               "error solver-hang: The solver did not return within 1 s, in " + request + " for 0.01 s.");
 }
 
@@ -81,10 +81,11 @@ TEST(DoctorOfSolvers, DrivesTheSolverAsMastersDo) {
         {"leave a file open in each step",
          "warning descriptors-grow: In long use: 360 steps leave 360 more files open."},
     };
-    for (const auto& [misbehaviour, told] : misbehaviours)
-        EXPECT_EQ(toldAfter(std::string("SOLVER=--solver; misbehave '") + misbehaviour + "'", true), told);
+    for (const auto& [misbehaviour, findings] : misbehaviours)
+        EXPECT_EQ(findingsAfter(std::string("SOLVER=--solver; misbehave '") + misbehaviour + "'", true), findings);
     for (const char* misbehaviour : {"leak in each run", "leak in each step"})
-        EXPECT_EQ(toldAfter(std::string("SOLVER=--solver; misbehave '") + misbehaviour + "'"), "warning memory-grows");
+        EXPECT_EQ(findingsAfter(std::string("SOLVER=--solver; misbehave '") + misbehaviour + "'"),
+                  "warning memory-grows");
 }
 
 TEST(DoctorOfSolvers, TriesEachParameterAndInput) {
@@ -107,11 +108,12 @@ TEST(DoctorOfSolvers, TriesEachParameterAndInput) {
          "warning value-without-effect: The model file is the same whatever value the parameter \"m_c\" has, as with "
          "all other parameters."},
     };
-    for (const auto& [script, told] : mistakes)
-        EXPECT_EQ(toldAfter(std::string("SOLVER=--solver; ") + script, true).substr(0, told.size()), told) << script;
-    EXPECT_EQ(toldAfter("\"$PROGRAM\" pack \"$DEMO/models/squeezer/squeezer.toml\" -o s.fmu > packed; FMU=s\n"
-                        "SOLVER='--solver --time-limit 10'; \"$PYTHON\" -m zipfile -e s.fmu s\n"
-                        "sed -i s/^m2$/mm2/ s/resources/mv.par"),
+    for (const auto& [script, findings] : mistakes)
+        EXPECT_EQ(findingsAfter(std::string("SOLVER=--solver; ") + script, true).substr(0, findings.size()), findings)
+            << script;
+    EXPECT_EQ(findingsAfter("\"$PROGRAM\" pack \"$DEMO/models/squeezer/squeezer.toml\" -o s.fmu > packed; FMU=s\n"
+                            "SOLVER='--solver --time-limit 10'; \"$PYTHON\" -m zipfile -e s.fmu s\n"
+                            "sed -i s/^m2$/mm2/ s/resources/mv.par"),
               "warning content-changed, error value-refused");
 }
 

@@ -90,7 +90,7 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
          "FMU=plain SOLVER=--solver",
          "warning content-changed"},
     };
-    for (const auto& [script, told] : faults) EXPECT_EQ(toldAfter(script), told) << script;
+    for (const auto& [script, findings] : faults) EXPECT_EQ(findingsAfter(script), findings) << script;
 }
 
 TEST(Doctor, ListsWhatItFound) {
@@ -109,7 +109,7 @@ TEST(Doctor, ListsWhatItFound) {
 }
 
 TEST(Doctor, SaysWhatHelpsAndWhatItSaw) {
-    const std::pair<const char*, const char*> told[] = {
+    const std::pair<const char*, const char*> findings[] = {
         {"sed -i s,./Quarter,results/Quarter, car/resources/fmu2ts.par", "Make the folder, "},
         {"sed -i 's,./Quarter,~/Quarter,' car/resources/fmu2ts.par", "~ and $VARIABLES are not expanded here"},
         {"sed -i s/x/x/ root/$BATCH; chmod -x root/$BATCH", "chmod +x '"},
@@ -121,7 +121,7 @@ TEST(Doctor, SaysWhatHelpsAndWhatItSaw) {
         {"as_user; chmod 0 root/plsolvers; trap 'chmod 755 root/plsolvers' EXIT",
          "/root/plsolvers: error: This folder cannot be entered by the user who runs this."},
     };
-    for (const auto& [script, text] : told) EXPECT_NE(printedAfter(script).find(text), std::string::npos) << script;
+    for (const auto& [script, text] : findings) EXPECT_NE(printedAfter(script).find(text), std::string::npos) << script;
 }
 
 TEST(Doctor, NamesFileSystemsThatAreFullOrRunNothing) {
@@ -137,16 +137,16 @@ TEST(Doctor, NamesFileSystemsThatAreFullOrRunNothing) {
         {"KORVAN_FMU_ROOT=$PWD/mnt/root; FMU=; mount_for noexec 'cp -rL root mnt'",
          "error folder-noexec, error folder-noexec"},
     };
-    for (const auto& [script, told] : systems) EXPECT_EQ(toldAfter(mounting + script), told) << script;
+    for (const auto& [script, findings] : systems) EXPECT_EQ(findingsAfter(mounting + script), findings) << script;
     const std::pair<const char*, const char*> full[] = {
         {"export TMPDIR=$PWD/mnt; FMU=car.fmu; mount_for size=64k true", "error unreadable: "},
         {"export TMPDIR=$PWD/mnt; SOLVER=--solver; mount_for size=64k 'head -c 65536 /dev/zero > mnt/full; true'",
          "error temporary-folder: "},
     };
     for (const auto& [script, rule] : full) {
-        const std::string told = toldAfter(mounting + script, true);
-        EXPECT_EQ(told.find(rule), 0U) << told;
-        EXPECT_NE(told.find("No space left on device"), std::string::npos) << told;
+        const std::string findings = findingsAfter(mounting + script, true);
+        EXPECT_EQ(findings.find(rule), 0U) << findings;
+        EXPECT_NE(findings.find("No space left on device"), std::string::npos) << findings;
     }
 }
 

@@ -77,8 +77,8 @@ void misbehave(void* handle, Access* access) {
     if (does("null handle")) access->GetNumInputPorts(nullptr);
     if (does("foreign handle")) access->GetNumInputPorts(&latest);
     if (does("write an input")) *access->GetInputPortRealSignalPtrs(handle, 0) = 0;
-    if (does("write behind a port")) access->GetOutputPortRealSignalDotDotPtrs(handle, 2)[1] = 0;
-    if (does("write behind the values")) access->GetInputPortRealSignalPtrs(handle, 0)[15] = 0;
+    if (does("write past a port")) access->GetOutputPortRealSignalDotDotPtrs(handle, 2)[1] = 0;
+    if (does("write past the values")) access->GetInputPortRealSignalPtrs(handle, 0)[15] = 0;
     if (does("write the record")) static_cast<double*>(handle)[25] = 1;
     if (does("ask in a thread")) std::thread([=] { access->GetFinalTimei(handle); }).join();
     if (does("leave a thread") && allRequests == 1) std::thread([] { pause(); }).detach();

@@ -84,7 +84,7 @@ TEST_F(Starting, TheFolderIsLockedUntilTheSolverHasStartedOrFailed) {
         });
         enterInitialization();
         EXPECT_TRUE(isLockedDuringStart);
-        EXPECT_FALSE(isLocked()) << "a process that the solver leaves behind has all descriptors";
+        EXPECT_FALSE(isLocked()) << "a process that outlives the solver has all descriptors";
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
         if (!isReleased()) release();

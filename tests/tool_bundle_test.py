@@ -25,9 +25,9 @@ def check_licenses(folder: Path, licenses: Path) -> None:
     (folder / "bin").mkdir()
     (folder / "bin/patchelf").symlink_to(shutil.which("patchelf"))
     command = [PROGRAM, "pack", "Lonely.toml", "--bundle", "--output", "without.fmu"]
-    told = subprocess.run(command, cwd=folder, env={"PATH": str(folder / "bin")}, capture_output=True, text=True, check=True).stderr
-    if len(re.findall(r"No licence of .*\[license-missing\]", told)) != len(libraries):
-        sys.exit(f"There should be a warning for each of {libraries}:\n{told}")
+    printed = subprocess.run(command, cwd=folder, env={"PATH": str(folder / "bin")}, capture_output=True, text=True, check=True).stderr
+    if len(re.findall(r"No licence of .*\[license-missing\]", printed)) != len(libraries):
+        sys.exit(f"There should be a warning for each of {libraries}:\n{printed}")
 
     # An installation that brings the libraries along has the texts of all of them.
     brought, texts = folder / "prefix/lib/tessaro-fmu", folder / "prefix/share/doc/tessaro_fmu/licences"
@@ -35,9 +35,9 @@ def check_licenses(folder: Path, licenses: Path) -> None:
     texts.mkdir(parents=True)
     (texts / "zlib1g").write_text("the text")
     command += ["--library", brought / "Lonely.so"]
-    told = subprocess.run(command, cwd=folder, env={"PATH": ""}, capture_output=True, text=True, check=True).stderr
-    if told or ZipFile(folder / "without.fmu").read("documentation/licenses/zlib1g.txt") != b"the text":
-        sys.exit(f"The licence that the installation has should be in the FMU:\n{told}")
+    printed = subprocess.run(command, cwd=folder, env={"PATH": ""}, capture_output=True, text=True, check=True).stderr
+    if printed or ZipFile(folder / "without.fmu").read("documentation/licenses/zlib1g.txt") != b"the text":
+        sys.exit(f"The licence that the installation has should be in the FMU:\n{printed}")
 
 
 def main(folder: Path, root: Path) -> None:

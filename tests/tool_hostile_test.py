@@ -52,7 +52,7 @@ GOOD = archive(("modelDescription.xml", "<a/>" * 99), ("resources/mv.par", "0\n"
 MANY = (b"PK\6\6" + struct.pack("<QHHIIQQQQ", 44, 45, 45, 0, 0, 1 << 40, 1 << 40, 51, 41)
         + b"PK\6\7" + struct.pack("<IQI", 0, 92, 1) + b"PK\5\6" + b"\0" * 4 + b"\xff" * 12 + b"\0\0")  # fmt: skip
 
-ARCHIVES = {  # what is told
+ARCHIVES = {  # what is reported
     "many GB": (repeated(ZEROS, 60), "The archive would unpack to more than "),
     "more than it says": (patched(ZEROS, 22, 24, "<I", 10), '"00000" is larger than the archive says'),
     "overlapping": (repeated(ONE, 3), "There is no modelDescription.xml"),
@@ -98,7 +98,7 @@ class Hostile(unittest.TestCase):
         Path("d/a\\b").touch()
         os.mkfifo("pipe")
 
-    def told(self, *arguments: str, code: int = 1, file_size: int = GIB, memory: int = 2 * GIB, **variables: str) -> str:
+    def output(self, *arguments: str, code: int = 1, file_size: int = GIB, memory: int = 2 * GIB, **variables: str) -> str:
         """What it prints in ten seconds of the processor, with so much memory, leaving no temporary files."""
 
         def limit() -> None:
@@ -112,20 +112,20 @@ class Hostile(unittest.TestCase):
         return result.stdout
 
     def test_archives(self) -> None:
-        for case, (data, told) in ARCHIVES.items():
+        for case, (data, printed) in ARCHIVES.items():
             with self.subTest(case):
                 Path("f.fmu").write_bytes(data)
-                self.assertRegex(self.told("check", "f.fmu"), told)
+                self.assertRegex(self.output("check", "f.fmu"), printed)
         for i in range(20):
             Path("f.fmu").write_bytes(GOOD[: len(GOOD) * i // 20])
-            self.assertRegex(self.told("check", "f.fmu"), "is not an FMU: neither a folder nor a ZIP archive")
+            self.assertRegex(self.output("check", "f.fmu"), "is not an FMU: neither a folder nor a ZIP archive")
 
     def test_folders(self) -> None:
         Path("fmu/resources").mkdir(parents=True)
         Path("fmu/modelDescription.xml").symlink_to("/dev/zero")
         Path("fmu/out").symlink_to("/")
         os.mkfifo("fmu/resources/pipe")
-        self.assertIn("There is no modelDescription.xml", self.told("check", "fmu"))
+        self.assertIn("There is no modelDescription.xml", self.output("check", "fmu"))
         Path("fmu/modelDescription.xml").unlink()
         attributes = "".join(f' a{i}=""' for i in range(200_000))
         for text, found in (
@@ -141,24 +141,24 @@ class Hostile(unittest.TestCase):
             ('<fmiModelDescription fmiVersion="2.0"/>', '"pipe" is neither a regular file nor a folder'),
         ):
             Path("fmu/modelDescription.xml").write_text(text)
-            self.assertIn(found, self.told("check", "fmu"))
+            self.assertIn(found, self.output("check", "fmu"))
         for path in ("pipe", "/dev/zero"):
-            self.assertIn("is neither a folder nor a regular file", self.told("check", path))
+            self.assertIn("is neither a folder nor a regular file", self.output("check", path))
 
     def test_nothing_that_is_shown_misleads_a_terminal(self) -> None:
         Path("f.fmu").write_bytes(archive(("../\x1b[2J", ""), ("../\u009b\u202e\u2066\ufeff\u00fc", ""), ("../" + "x" * 60000, "")))
-        told = self.told("check", "f.fmu")
-        self.assertNotIn("\x1b", told)
-        self.assertIn(r'"../\u009b\u202e\u2066\ufeff' + '\u00fc"', told)
-        self.assertLess(max(map(len, told.splitlines())), 700)
+        printed = self.output("check", "f.fmu")
+        self.assertNotIn("\x1b", printed)
+        self.assertIn(r'"../\u009b\u202e\u2066\ufeff' + '\u00fc"', printed)
+        self.assertLess(max(map(len, printed.splitlines())), 700)
         for name in (b"\x9b31m\x1b[2J", "\u202e".encode()):
             os.mkdir(os.fsencode("fmu") + name)
-            told = self.told("check", os.fsdecode(b"fmu" + name))
-            self.assertTrue(told.isascii() and told.replace("\n", "").isprintable(), told)
+            printed = self.output("check", os.fsdecode(b"fmu" + name))
+            self.assertTrue(printed.isascii() and printed.replace("\n", "").isprintable(), printed)
         for arguments, code in ((["check"], 1), (["info"], 1), (["doctor"], 1), (["new"], 1), (["nonsense"], 2), (["--"], 2)):
-            told = self.told(*arguments, os.fsdecode(b"\x9b\x1b[2J" * 500), code=code)
-            self.assertTrue(told.isascii() and told.replace("\n", "").isprintable(), told)
-            self.assertLess(max(map(len, told.splitlines())), 700)
+            printed = self.output(*arguments, os.fsdecode(b"\x9b\x1b[2J" * 500), code=code)
+            self.assertTrue(printed.isascii() and printed.replace("\n", "").isprintable(), printed)
+            self.assertLess(max(map(len, printed.splitlines())), 700)
 
     def test_closed_streams_and_failures_end_in_an_exit_code(self) -> None:
         Path("f.fmu").write_bytes(GOOD)
@@ -168,27 +168,27 @@ class Hostile(unittest.TestCase):
                 self.assertIn(code, (1, 2), f"{call} {closed}")
         self.assertEqual(Path("f.fmu").read_bytes(), GOOD)
         for path in ("no", "n" * 300, "n" * 5000, "m/m", "pipe", "tmp"):
-            self.assertGreater(json.loads(self.told("check", "--json", path))["errors"], 0)
-        self.assertGreater(json.loads(self.told("doctor", "--solver", "--json"))["errors"], 0)
+            self.assertGreater(json.loads(self.output("check", "--json", path))["errors"], 0)
+        self.assertGreater(json.loads(self.output("doctor", "--solver", "--json"))["errors"], 0)
         Path("d/modelDescription.xml").write_text("<a>" + "<b/>" * 1_500_000 + "</a>")
         for call in ("check", "info"):
-            found = json.loads(self.told(call, "--json", "d", memory=GIB // 10))["findings"]
+            found = json.loads(self.output(call, "--json", "d", memory=GIB // 10))["findings"]
             self.assertEqual([finding["what"] for finding in found], ["There is not enough memory."])
         for call in ("check", "check a b", "info", "pack", "pack m --nothing", "nonsense", "doctor --time-limit -5 f.fmu", ""):
-            found = json.loads(self.told(*call.split(), "--json", code=2))["findings"]
+            found = json.loads(self.output(*call.split(), "--json", code=2))["findings"]
             self.assertEqual([finding["rule"] for finding in found], ["usage"], call)
 
     def test_what_cannot_be_written_is_reported_with_the_reason(self) -> None:
         Path("m").write_text(MODEL + 'template = "m"\n[[input]]\nsignals = [{ name = "u" }]\n')
         pack = ["pack", "m", "--library", LIBRARY]
         full, large = "No space left on device", "File too large"
-        self.assertIn(f"M.fmu cannot be written: Write error: {large}", self.told(*pack, file_size=1000))
-        self.assertIn(f"/dev/full cannot be written: {full}", self.told(*pack, "--depfile", "/dev/full"))
-        self.assertRegex(self.told("check", "M.fmu", file_size=1000), f'"[^"]+" cannot be written to tmp/.*: {large}')
-        self.assertIn(f"N.toml cannot be written: {large}", self.told("new", "N", file_size=1000))
+        self.assertIn(f"M.fmu cannot be written: Write error: {large}", self.output(*pack, file_size=1000))
+        self.assertIn(f"/dev/full cannot be written: {full}", self.output(*pack, "--depfile", "/dev/full"))
+        self.assertRegex(self.output("check", "M.fmu", file_size=1000), f'"[^"]+" cannot be written to tmp/.*: {large}')
+        self.assertIn(f"N.toml cannot be written: {large}", self.output("new", "N", file_size=1000))
         for call in ("check M.fmu", "info M.fmu", "help", "man-page", "pack m --json", "check --json M.fmu --nothing"):
-            told = subprocess.run(f"{PROGRAM} {call} >/dev/full", shell=True, stderr=subprocess.PIPE, text=True).stderr
-            self.assertIn(f": {full}", told, call)
+            printed = subprocess.run(f"{PROGRAM} {call} >/dev/full", shell=True, stderr=subprocess.PIPE, text=True).stderr
+            self.assertIn(f": {full}", printed, call)
         self.assertEqual(sorted(os.listdir()), ["M.fmu", "d", "m", "pipe", "tmp"])
 
     def library(self, path: str, *options: str, code: str = "") -> None:
@@ -206,11 +206,11 @@ class Hostile(unittest.TestCase):
         code = f"#include <stdio.h>\nunsigned la_version(unsigned v) {write}__attribute__((constructor)) int a(void) {write}"
         self.library("a.so", code=code)
         self.fmu_with_library(f"-Wl,--audit={Path.cwd()}/a.so", "-Wl,-rpath,$ORIGIN/../../..", "-L.", "-l:a.so", code=code)
-        self.assertNotIn("oader ", self.told("check", "fmu"))
+        self.assertNotIn("oader ", self.output("check", "fmu"))
         Path("a.so").unlink()
-        self.assertIn('loader cannot find "a.so" on this machine; "M.so" needs it', self.told("check", "fmu"))
+        self.assertIn('loader cannot find "a.so" on this machine; "M.so" needs it', self.output("check", "fmu"))
         os.mkfifo("a.so")
-        self.assertIn('../a.so for "a.so" and stops, since it is not a shared library', self.told("check", "fmu"))
+        self.assertIn('../a.so for "a.so" and stops, since it is not a shared library', self.output("check", "fmu"))
 
         library = Path("fmu/binaries/linux64/M.so")
         data = bytearray(library.read_bytes())
@@ -218,7 +218,7 @@ class Hostile(unittest.TestCase):
         second = [at for at in headers if data[at] == 1][1]  # where the loader would map it over itself, or beyond
         struct.pack_into("<Q", data, second + 16, 1 << 30)
         library.write_bytes(data)
-        self.assertIn("M.so has segments out of order", self.told("check", "fmu"))
+        self.assertIn("M.so has segments out of order", self.output("check", "fmu"))
         self.assertFalse(Path("ran").exists())
 
     def test_dependencies_are_found_where_the_loader_finds_them(self) -> None:
@@ -240,21 +240,21 @@ class Hostile(unittest.TestCase):
             self.library("x/b.so", *of_b, "-Ly", "-l:c.so")
             self.fmu_with_library(*of_m, "-Lx", "-l:b.so", "-Wl,--allow-shlib-undefined,-rpath-link,y")
             with self.subTest(f"{of_m} {of_b} {path}"), unittest.mock.patch.dict(os.environ, LD_LIBRARY_PATH=path):
-                told = re.findall('cannot find "(.*?)"', self.told("check", "fmu", LD_LIBRARY_PATH=path))
+                printed = re.findall('cannot find "(.*?)"', self.output("check", "fmu", LD_LIBRARY_PATH=path))
                 loader = subprocess.run(["ldd", "fmu/binaries/linux64/M.so"], capture_output=True, text=True).stdout
-                self.assertEqual(told, re.findall(r"(\S+) => not found", loader), loader)
-                missing.append(told)
+                self.assertEqual(printed, re.findall(r"(\S+) => not found", loader), loader)
+                missing.append(printed)
         self.assertIn(["b.so"], missing)
         self.assertIn(["c.so"], missing)
         self.assertIn([], missing)
 
     def test_descriptions(self) -> None:
-        for case, (text, told) in DESCRIPTIONS.items():
+        for case, (text, printed) in DESCRIPTIONS.items():
             with self.subTest(case):
                 Path("m").write_text(text)
-                self.assertRegex(self.told("pack", "m", "--library", LIBRARY), told)
-        for path, told in (("pipe", "is not a regular file"), ("/dev/zero", "is not a regular file"), ("tmp", "is a folder")):
-            self.assertIn(told, self.told("pack", path, "--library", LIBRARY))
+                self.assertRegex(self.output("pack", "m", "--library", LIBRARY), printed)
+        for path, printed in (("pipe", "is not a regular file"), ("/dev/zero", "is not a regular file"), ("tmp", "is a folder")):
+            self.assertIn(printed, self.output("pack", path, "--library", LIBRARY))
         self.assertEqual(sorted(os.listdir()), ["d", "m", "pipe", "tmp"])
 
     def test_outputs(self) -> None:
@@ -262,19 +262,19 @@ class Hostile(unittest.TestCase):
         Path("f.fmu").write_bytes(ONE)
         for output in ("no/f.fmu", "/proc/f.fmu", "tmp", "pipe", "/dev/null", "n" * 256, ""):
             with self.subTest(output):
-                told = "is a folder" if output == "tmp" else "cannot be written"
-                self.assertIn(told, self.told("pack", "m", "--library", LIBRARY, "-o", output or "m/f"))
+                printed = "is a folder" if output == "tmp" else "cannot be written"
+                self.assertIn(printed, self.output("pack", "m", "--library", LIBRARY, "-o", output or "m/f"))
         for size in (0, 1, 20_000):
-            self.assertIn("cannot be written", self.told("pack", "m", "--library", LIBRARY, "-o", "f.fmu", file_size=size))
-        self.assertRegex(self.told("pack", "m", "--library", "pipe"), "pipe is not a regular file")
-        self.assertIn("is not replaced", self.told("pack", "m", "--library", LIBRARY, "-o", "m"))
+            self.assertIn("cannot be written", self.output("pack", "m", "--library", LIBRARY, "-o", "f.fmu", file_size=size))
+        self.assertRegex(self.output("pack", "m", "--library", "pipe"), "pipe is not a regular file")
+        self.assertIn("is not replaced", self.output("pack", "m", "--library", LIBRARY, "-o", "m"))
         self.assertEqual(Path("f.fmu").read_bytes(), ONE)
         self.assertEqual(sorted(os.listdir()), ["d", "f.fmu", "m", "pipe", "tmp"])
         Path("r.zip").write_bytes(ONE)
         Path("m").write_text(MODEL + 'template = "m"\nresources = ["r.zip"]\n[[input]]\nsignals = [{ name = "u" }]\n')
-        self.assertIn("own inputs", self.told("pack", "m", "--library", LIBRARY, "-o", "tmp/../r.zip"))
+        self.assertIn("own inputs", self.output("pack", "m", "--library", LIBRARY, "-o", "tmp/../r.zip"))
         os.truncate("r.zip", (4 << 30) + 1)
-        self.assertIn("The files are more than 4 GiB together", self.told("pack", "m", "--library", LIBRARY))
+        self.assertIn("The files are more than 4 GiB together", self.output("pack", "m", "--library", LIBRARY))
 
     def test_nothing_is_packed_that_check_refuses_for_its_size(self) -> None:
         one = '[[input]]\nsignals = [{ name = "u" }]\n'
@@ -282,21 +282,21 @@ class Hostile(unittest.TestCase):
         Path("m").write_text(MODEL + 'template = "m"\nresources = ["zeros"]\n' + one)
         pack = ["pack", "m", "--library", LIBRARY]
         os.truncate("zeros", 160 << 20)  # compressed, it would be less than a two-hundredth
-        self.told(*pack, code=0)
-        self.told("check", "M.fmu", code=0)
+        self.output(*pack, code=0)
+        self.output("check", "M.fmu", code=0)
         Path("M.fmu").unlink()
         for size in (4 << 30, (4 << 30) + 1):
             os.truncate("zeros", size)
-            self.assertIn("The files are more than 4 GiB together", self.told(*pack))
+            self.assertIn("The files are more than 4 GiB together", self.output(*pack))
         names = "".join(f"{{ name = \"'{i}{'x' * 999_999}'\", solver_name = 's{i}' }}," for i in range(15))
         Path("m").write_text(MODEL + f'template = "pipe"\n[[output]]\nsignals = [{names}]\n'.replace("pipe", "d/t"))
         Path("d/t").write_text("x")
-        self.assertIn("modelDescription.xml would be larger than 64 MiB", self.told(*pack))
+        self.assertIn("modelDescription.xml would be larger than 64 MiB", self.output(*pack))
         Path("d/many").mkdir()
         for i in range(100_001):
             os.mknod(f"d/many/{i}")
         Path("m").write_text(MODEL + 'template = "m"\ndocumentation = "d/many"\n' + one)
-        self.assertIn("There are more than 100000 files", self.told(*pack))
+        self.assertIn("There are more than 100000 files", self.output(*pack))
         self.assertFalse(Path("M.fmu").exists())
 
 

@@ -1,4 +1,4 @@
-"""A signal at any moment leaves nothing of tessaro-fmu's own behind: tool_interruption_test.py PROGRAM"""
+"""A signal at any moment leaves none of tessaro-fmu's own files: tool_interruption_test.py PROGRAM"""
 
 import os
 import random

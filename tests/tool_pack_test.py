@@ -141,32 +141,32 @@ class Packing(unittest.TestCase):
         for old, new, rule, sentence in MISTAKES:
             with self.subTest(new[:80]):
                 before, after = DESCRIPTION.split(old, 1)
-                code, told = self.run_program("pack", "m", "-o", "f.fmu", m=before + new + after)
+                code, printed = self.run_program("pack", "m", "-o", "f.fmu", m=before + new + after)
                 self.assertEqual(code, 1)
-                self.assertIn(f"m:{before.count(chr(10)) + 1}: error: {sentence}", told)
-                self.assertIn(f" [{rule}]\n", told)
-                self.assertRegex(told, "\nm: 1 error, [01] warnings?\n$")
+                self.assertIn(f"m:{before.count(chr(10)) + 1}: error: {sentence}", printed)
+                self.assertIn(f" [{rule}]\n", printed)
+                self.assertRegex(printed, "\nm: 1 error, [01] warnings?\n$")
         self.assertRegex(self.run_program("pack", "m", m="model = { nam = 'x' }\ninput = 2\n")[1], "(?s)^m:1: .*\nm: 4 errors")
         for table in ("input", "output", "parameter"):
-            told = self.run_program("pack", "m", m=f"[model]\nname = '-'\nfinal_time = 1\n[{table}]\nname = 'x'\n")[1]
-            self.assertIn(f"\nm:4: error: {table} must be a list of tables: write [[{table}]]. [key-value]\n", told)
-            self.assertIn("\nm: 2 errors, ", told)
-        told = self.run_program("pack", "m", m="[model]\nname = 'x'\ntemplate = 't'\n[experiment]\nstep_size = 2\n")[1]
-        self.assertRegex(told, "m:1: error: .model. needs the key final_time. (?s:.*)\nm: 1 error, 0 warnings")
+            printed = self.run_program("pack", "m", m=f"[model]\nname = '-'\nfinal_time = 1\n[{table}]\nname = 'x'\n")[1]
+            self.assertIn(f"\nm:4: error: {table} must be a list of tables: write [[{table}]]. [key-value]\n", printed)
+            self.assertIn("\nm: 2 errors, ", printed)
+        printed = self.run_program("pack", "m", m="[model]\nname = 'x'\ntemplate = 't'\n[experiment]\nstep_size = 2\n")[1]
+        self.assertRegex(printed, "m:1: error: .model. needs the key final_time. (?s:.*)\nm: 1 error, 0 warnings")
         ports = "".join(f"[[input]]\nsignals = [{{ name = 'u{i}' }}]\n" for i in range(9))
-        told = self.run_program("pack", "m", m="[model]\nname = 'x'\ntemplate = 't'\nfinal_time = 1\n" + ports)[1]
-        self.assertIn("m:1: error: There are 9 input ports. [port-count]", told)
+        printed = self.run_program("pack", "m", m="[model]\nname = 'x'\ntemplate = 't'\nfinal_time = 1\n" + ports)[1]
+        self.assertIn("m:1: error: There are 9 input ports. [port-count]", printed)
         self.assertIn(": template: t is empty. [template-missing]", self.run_program("pack", "m", m=DESCRIPTION, t="")[1])
         self.assertRegex(self.run_program("pack", "m", m="[model]\n[model]\n")[1], r"^m:2: error: .* \[toml-syntax\]")
-        told = self.run_program("pack", "m", m=DESCRIPTION.replace('a \\"', "a" * 1000))[1]
-        self.assertIn("m:13: error: description, author, version and license are too long", told)
+        printed = self.run_program("pack", "m", m=DESCRIPTION.replace('a \\"', "a" * 1000))[1]
+        self.assertIn("m:13: error: description, author, version and license are too long", printed)
         self.assertEqual(Path("f.fmu").read_text(), "an earlier one")
         self.assertEqual(sorted(os.listdir()), ["f.fmu", "m", "more", "t"])
 
     def test_doubtful_values_are_packed_with_a_warning(self) -> None:
         toml = DESCRIPTION.replace("_variable = true", ' = "r.csv"').replace("-2147483648", "-99999")
-        code, told = self.run_program("pack", "m", m=toml.replace("0.1", "1.26e-6"))
-        found = [line for line in told.splitlines() if line.startswith("m")]
+        code, printed = self.run_program("pack", "m", m=toml.replace("0.1", "1.26e-6"))
+        found = [line for line in printed.splitlines() if line.startswith("m")]
         forms = [r'm:2: warning: "u\[2\]" starts at 2.5, but is 0 .* \[start-lost\]',
                  r'm:8: warning: "k" starts at 1.26e-06, which becomes 1e-06. \[start-precision\]',
                  r'm:9: warning: "n" starts at -99999. \[start-marker\]',
@@ -181,11 +181,11 @@ class Packing(unittest.TestCase):
             with self.subTest(template):
                 parameter = f"name = 'k[1].m'\ntype = '{types.get(start[0], 'Real')}'\nstart = {start}\n"
                 toml = f"[model]\nname = 'M'\nfinal_time = 1\ntemplate = 't'\n[[parameter]]\n{parameter}"
-                code, told = self.run_program("pack", "m", m=toml, t=template)
-                self.assertEqual((code, re.findall(r"^m:6: warning: .* \[(.*)\]$", told, re.M)), (0, rules), told)
+                code, printed = self.run_program("pack", "m", m=toml, t=template)
+                self.assertEqual((code, re.findall(r"^m:6: warning: .* \[(.*)\]$", printed, re.M)), (0, rules), printed)
         Path("M.fmu").unlink()
-        code, told = self.run_program("pack", "m", m=toml.replace("final", "resources = ['more']\nfinal"), more="k[1].m", t="x")
-        self.assertEqual((code, told), (0, ""), "it may be in a resource")
+        code, printed = self.run_program("pack", "m", m=toml.replace("final", "resources = ['more']\nfinal"), more="k[1].m", t="x")
+        self.assertEqual((code, printed), (0, ""), "it may be in a resource")
 
     def test_nothing_is_found_in_the_models_of_this_project(self) -> None:
         for description in sorted([*ROOT.glob("demo/models/*/*.toml"), *ROOT.glob("examples/*/model/*.toml")]):
@@ -226,10 +226,10 @@ class Packing(unittest.TestCase):
             ("pack ", 1, "A file without a name does not exist."),
         ]:
             with self.subTest(arguments[:80]):
-                found, told = self.run_program(*arguments.split(" "))
+                found, printed = self.run_program(*arguments.split(" "))
                 self.assertEqual(found, code)
-                self.assertIn(sentence, told)
-                self.assertLess(len(told), 300)
+                self.assertIn(sentence, printed)
+                self.assertLess(len(printed), 300)
 
     def test_the_same_input_gives_the_same_bytes_and_another_one_another_guid(self) -> None:
         guids = []

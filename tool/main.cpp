@@ -103,7 +103,7 @@ constexpr const char* checkExamples = R"(Examples:
 constexpr const char* doctorExamples = R"(Examples:
   tessaro-fmu doctor                              the installation alone
   tessaro-fmu doctor Block.fmu                    also the FMU
-  tessaro-fmu doctor Block.fmu --solver           also runs the solver for a few steps)";
+  tessaro-fmu doctor Block.fmu --solver           also drives the solver through many runs)";
 constexpr const char* helpExamples = R"(Example:
   tessaro-fmu help pack)";
 constexpr const char* exitCodes = R"(Exit codes:

@@ -30,8 +30,8 @@ as_user() { AS='setpriv --bounding-set -dac_override,-dac_read_search'; } # root
 inline std::string printedBy(const std::string& script, const fs::path& folder) {
     writeFile(folder / "script", script);
     [[maybe_unused]] const int status =
-        std::system(("cd " + folder.string() + " && " SETTINGS " sh ./script > told 2>&1").c_str());
-    return contentOf(folder / "told");
+        std::system(("cd " + folder.string() + " && " SETTINGS " sh ./script > output 2>&1").c_str());
+    return contentOf(folder / "output");
 }
 
 /// What the doctor prints after a script that begins in a copy of the healthy world.
@@ -45,13 +45,13 @@ inline std::string printedAfter(const std::string& script) {
 }
 
 /// Severity and rule of each finding that isn't a note, and what it says when that is asked for.
-inline std::string toldAfter(const std::string& script, bool sentences = false) {
+inline std::string findingsAfter(const std::string& script, bool sentences = false) {
     const std::string printed = printedAfter("OPTIONS=--json\n" + script);
-    const auto told =
+    const auto report =
         nlohmann::json::parse(printed.substr(std::min(printed.find('{'), printed.size())), nullptr, false);
-    if (told.is_discarded()) return printed;
+    if (report.is_discarded()) return printed;
     std::string text;
-    for (const auto& finding : told["findings"])
+    for (const auto& finding : report["findings"])
         if (finding["severity"] != "note")
             text += (text.empty() ? "" : ", ") + finding["severity"].get<std::string>() + " " +
                     finding["rule"].get<std::string>() + (sentences ? ": " + finding["what"].get<std::string>() : "");

@@ -41,7 +41,7 @@ bool hasTooManyAttributes(std::string_view text) {
 }
 
 /// The parser knows encodings that take it minutes. The declaration is read here without regard to them: in UTF-16 each
-/// second byte is 0. An encoding that is not told by the first bytes or the declaration is UTF-8. Gives the name of any
+/// second byte is 0. Without a sign in the first bytes or the declaration it is UTF-8. Gives the name of any
 /// other one than UTF-8 and UTF-16, as far as it is known.
 std::optional<std::string> otherEncoding(const std::string& text) {
     constexpr std::size_t longestDeclaration = 1000;

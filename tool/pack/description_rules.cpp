@@ -132,7 +132,7 @@ public:
         if (!named.unit.empty() && !findUnit(description_, named.unit)) reportUnit(named.unit, place);
     }
 
-    /// Values pass through the value file in fixed notation, and one value stands for "never set".
+    /// Values pass through the value file in fixed notation, and one value means "never set".
     void checkStart(const Parameter& parameter) {
         const Place place = description_.at(parameter.line);
         const double* real = std::get_if<double>(&parameter.start);
