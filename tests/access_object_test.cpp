@@ -3,6 +3,7 @@
 
 #include <array>
 #include <memory>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -86,11 +87,19 @@ TEST_F(AccessObject, HoldsTheEntryPointsAfterAWordThatIsNotUsed) {
 }
 
 TEST_F(AccessObject, MakesANewTextForEachQuestionForAPath) {
-    const MallocText first(access.GetStringParamInputName(handle));
-    record.modelFilePath = library;
-    const MallocText second(access.GetStringParamInputName(handle));
-    EXPECT_STREQ(first.get(), "/a b");
-    EXPECT_STREQ(second.get(), "l");
+    using Question = char* (TScicosAccessFnc2::*)(void*);
+    const std::pair<Question, char * FmuInstance::*> paths[] = {
+        {&TScicosAccessFnc2::GetStringParamInputName, &FmuInstance::modelFilePath},
+        {&TScicosAccessFnc2::GetStringParamOutputName, &FmuInstance::resultFileName},
+        {&TScicosAccessFnc2::GetStringParamSubdllName, &FmuInstance::subdllFilePath}};
+    for (const auto& [question, path] : paths) {
+        record.*path = model;
+        const MallocText first((access.*question)(handle));
+        record.*path = result;
+        const MallocText second((access.*question)(handle));
+        EXPECT_STREQ(first.get(), "/a b");
+        EXPECT_STREQ(second.get(), "r.mrf");
+    }
 }
 
 TEST_F(AccessObject, OfTheInterfaceAloneAnswersNotAvailable) {
