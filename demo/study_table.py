@@ -45,7 +45,7 @@ class Table:
         header, *lines = csv.reader(whole.splitlines()) if whole else [[]]
         if tuple(header) != JOURNAL:
             self._stream.close()
-            raise SystemExit(f"study: {self._file} is no journal of this study: move it away, or choose another --out")
+            raise SystemExit(f"study: {self._file} is not a journal of this study: move it away, or choose another --out")
         self._stream.seek(0)
         self._stream.truncate(len(whole.encode()))
         self._stream.seek(0, 2)

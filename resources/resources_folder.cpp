@@ -33,7 +33,7 @@ void endStart() {
     startingThreads.erase(std::find(startingThreads.begin(), startingThreads.end(), std::this_thread::get_id()));
 }
 
-/// The folder's descriptor. The "." at the end demands the right to enter, too. A folder that may be entered but not
+/// The folder's descriptor. The "." at the end also demands the right to enter. A folder that may be entered but not
 /// read serves as well, but cannot be locked.
 int openFolder(const char* path) {
     std::string folder = path != nullptr ? path : ".";

@@ -86,7 +86,7 @@ TEST_F(AccessObject, HoldsTheEntryPointsAfterAWordThatIsNotUsed) {
     EXPECT_EQ(words[5], reinterpret_cast<void*>(access.blkTerminate));
 }
 
-TEST_F(AccessObject, MakesANewTextForEachQuestionForAPath) {
+TEST_F(AccessObject, MakesANewStringForEachQuestionForAPath) {
     using Question = char* (TScicosAccessFnc2::*)(void*);
     const std::pair<Question, char * FmuInstance::*> paths[] = {
         {&TScicosAccessFnc2::GetStringParamInputName, &FmuInstance::modelFilePath},

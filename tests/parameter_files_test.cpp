@@ -84,7 +84,7 @@ TEST(IntegersOfALine, AreSeparatedBySingleTabs) {
     EXPECT_EQ(get_int_vec_from_string(nullptr, nullptr), -1);
 }
 
-TEST(TextOfALine, IsCopiedWholeAndEndsAtItsFirstLineFeed) {
+TEST(StringOfALine, IsCopiedWholeAndEndsAtItsFirstLineFeed) {
     char text[] = "##########";
     EXPECT_EQ(get_string_from_string(text, "ab\r\ncd"), 3);
     EXPECT_EQ(std::string(text, 11), std::string("ab\r\0cd\0###\0", 11));
@@ -166,7 +166,7 @@ TEST_F(ParameterFile, StaysOpenAndSoDoTheLastSixtyFour) {
     EXPECT_EQ(std::count_if(fs::directory_iterator("/proc/self/fd"), {}, isOpen), 64);
 }
 
-TEST_F(NameFile, HoldsFourListsALineEach) {
+TEST_F(NameFile, HoldsFourListsWithOneNamePerLine) {
     const std::string longest(1023, 'n');
     EXPECT_THAT(read("2\na\nb c\n0\n1\nx\r\n1\ns"),
                 Optional(ElementsAre(Names{"a", "b c"}, Names{}, Names{"x\r"}, Names{"s"})));

@@ -1,4 +1,8 @@
 // The next run after a reset: it starts from the model's own values, but for those that are set again.
+#include <cstdlib>
+
+#include <dlfcn.h>
+
 #include "tests/tools/fmu_test.h"
 
 namespace {
@@ -56,4 +60,24 @@ TEST_F(Reset, CountsBeforeTheFirstStartAndNoteIsTakenUntilOneSucceeds) {
     setReals({2}, {3});
     fs::rename(files.resources / "away", files.resources / "Model.mdl");
     EXPECT_EQ(linesOfAStart(), "r1, 2.000000\nr2, 3.000000\n");
+}
+
+TEST_F(Reset, AnInstanceMayBeReleasedWhenTheProcessEnds) {
+    files.make();
+    const auto endTheProcess = [this] {
+        static struct AtExit {
+            ~AtExit() { release(instance); } // after the objects of the library, which is loaded later
+            decltype(&fmi2FreeInstance) release = nullptr;
+            fmi2Component instance = nullptr;
+        } atExit;
+        const fs::path copy = files.folder.path / "copy.so"; // the tests' own is loaded before all of their objects
+        fs::copy(TESSARO_LIBRARY, copy);
+        void* library = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+        const auto instantiateCopy = reinterpret_cast<decltype(&fmi2Instantiate)>(dlsym(library, "fmi2Instantiate"));
+        const auto resetCopy = reinterpret_cast<decltype(&fmi2Reset)>(dlsym(library, "fmi2Reset"));
+        atExit.release = reinterpret_cast<decltype(&fmi2FreeInstance)>(dlsym(library, "fmi2FreeInstance"));
+        atExit.instance = instantiateCopy("unit", type, "g", files.location.c_str(), &master.callbacks, 0, loggingOn);
+        std::exit(resetCopy(atExit.instance) == fmi2OK ? 0 : 1);
+    };
+    EXPECT_EXIT(endTheProcess(), testing::ExitedWithCode(0), "");
 }

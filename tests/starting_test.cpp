@@ -133,7 +133,7 @@ TEST_F(Starting, TheTranslatorsEndIsWaitedForWhateverTheMasterDoesAboutItsChildr
         return result;
     };
     std::atomic<bool> isOver = false;
-    std::thread reaper([&] { waitFor([&] { return isOver.load(); }); }); // receives the signal, too
+    std::thread reaper([&] { waitFor([&] { return isOver.load(); }); }); // also receives the signal
     EXPECT_EQ(enterWith(SIG_IGN), fmi2OK);
     EXPECT_EQ(enterWith(reapChildren), fmi2OK);
     isOver = true;

@@ -33,7 +33,7 @@ struct Folder {
 /// The "C" locale, but with a comma in numbers, until the end of the scope. Throws when it cannot be made.
 struct CommaLocale {
     CommaLocale() {
-        // The system's compiled file: the places of its texts stand from byte 8 on, four bytes each; the first is the
+        // The system's compiled file: the places of its strings are from byte 8 on, four bytes each; the first is the
         // decimal point, the fourth the same as a wide character.
         std::string numbers = contentOf("/usr/lib/locale/C.utf8/LC_NUMERIC");
         for (const std::size_t place : {8U, 20U}) numbers.at(static_cast<unsigned char>(numbers.at(place))) = ',';

@@ -2,6 +2,7 @@
 //
 // Several FMU instances share one copy of this library, on several threads, so each run is kept under its instance's
 // handle. Neither the lock nor a run is held while an error is reported: the FMU calls blkTerminate during the report.
+#include <atomic>
 #include <exception>
 #include <map>
 #include <memory>
@@ -19,6 +20,11 @@ constexpr int errorLevel = 2;
 /// The runs in progress; safe to use from several threads.
 class Runs {
 public:
+    ~Runs() { areGone = true; }
+
+    /// Whether the process is ending: a master may release its instances after the objects of this library.
+    inline static std::atomic<bool> areGone{false};
+
     void put(void* handle, std::shared_ptr<solver::Run> run) {
         const std::lock_guard lock(mutex_);
         runs_[handle].swap(run);
@@ -99,6 +105,7 @@ SOLVER_EXPORT void blkRequestPlantOutput(void* handle, TScicosAccessAPI2* access
 }
 
 SOLVER_EXPORT void blkTerminate(void* handle, TScicosAccessAPI2* access, double /*time*/) {
+    if (Runs::areGone) return;
     enter(handle, access, [&] {
         if (const std::shared_ptr<solver::Run> run = runs().take(handle)) run->finish();
     });

@@ -9,7 +9,9 @@
 namespace {
 
 /// Guarded by the process lock; what an entry holds belongs to the calls of its instance.
-std::map<const FmuInstance*, SetSinceReset> resetInstances;
+struct ResetInstances : std::map<const FmuInstance*, SetSinceReset> {
+    ~ResetInstances() { nResetInstances = 0; } // a master may release instances when the process ends, after this
+} resetInstances;
 
 } // namespace
 

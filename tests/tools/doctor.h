@@ -23,7 +23,7 @@ unset NUSOL_DLL_DIR KELDEX_PATH
 TSCICOS=root/plsolvers/tessaro/bin/linux64/tscicos.so BATCH=io/translators/bin/linux64/fmu_batch
 FMU=car MODEL=car/resources/QuarterCar DESCRIPTIONS='car/modelDescription.xml car/resources/modelDescription.xml'
 misbehave() { ln -sf "$MISBEHAVING" $TSCICOS; export MISBEHAVIOUR="$1"; }
-as_user() { AS='setpriv --bounding-set -dac_override,-dac_read_search'; } # root is held to permissions, too
+as_user() { AS='setpriv --bounding-set -dac_override,-dac_read_search'; } # permissions also hold for root
 )";
 
 /// Runs a shell script in a folder and gives what it prints.

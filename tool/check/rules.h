@@ -9,7 +9,7 @@
 
 namespace tool {
 
-/// The files of the FMU, whatever they hold: entries left out of the archive, strays, and what is no regular file.
+/// The files of the FMU, whatever they hold: entries left out of the archive, strays, and what is not a regular file.
 void checkTree(const Fmu& fmu, Report& report);
 
 /// Whether an FMU that this program made is still as it was made.

@@ -74,7 +74,7 @@ inline constexpr Rule fmuRules[] = {
     {"capability-promise", Severity::error, "The library cannot keep this promise.",
      "Give the attribute the other value; where it is missing, its default counts."},
     {"capability-hidden", Severity::warning,
-     "Masters then stop short of an end that is no multiple of the step, or overshoot.",
+     "Masters then stop short of an end that is not a multiple of the step, or overshoot.",
      "Write canHandleVariableCommunicationStepSize=\"true\"."},
     {"derivative-order", Severity::error,
      "One distance, measured on output port 0, serves the derivatives of all outputs, up to the second.",

@@ -14,8 +14,8 @@ inline constexpr Rule machineRules[] = {
     {"root-missing", Severity::error, "The interface library and the translator are looked for in it.",
      "Correct the path; ~ and $VARIABLES are not expanded here."},
     {"root-relative", Severity::error,
-     "The library is looked for from the master's working directory, the translator from the FMU's resources: there "
-     "is no directory in which both are found.",
+     "The library is looked for from the master's working directory, the translator from the FMU's resources: no "
+     "directory has both.",
      "Set it to an absolute path."},
     {"root-characters", Severity::error,
      "The translator is started by a shell that would read another path: initialization fails.",

@@ -134,7 +134,7 @@ private:
         return false;
     }
 
-    /// The loader goes on after a library for another kind of machine, but stops at what is no library at all.
+    /// The loader goes on after a library for another kind of machine, but stops at what is not a library at all.
     bool isTaken(const fs::path& path, const std::string& name) {
         if (++places_ > mostPlaces) fail("The loader would look for libraries in more than {} places.", mostPlaces);
         std::error_code failure;

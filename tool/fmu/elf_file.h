@@ -14,7 +14,7 @@ namespace tool {
 /// A regular file as libelf sees it.
 class ElfFile {
 public:
-    /// Throws UserError when it is no regular file or cannot be read.
+    /// Throws UserError when it is not a regular file or cannot be read.
     explicit ElfFile(const std::filesystem::path& file);
     ~ElfFile();
     ElfFile(const ElfFile&) = delete;

@@ -20,7 +20,7 @@ bool isWritable(const std::filesystem::path& path);
 /// The largest file that is read from an FMU.
 inline constexpr std::uintmax_t largestFile = 64U << 20U;
 
-/// The content of a file of foreign origin; nothing when it is no regular file, cannot be read or is larger than
+/// The content of a file of foreign origin; nothing when it is not a regular file, cannot be read or is larger than
 /// `largestFile`.
 std::optional<std::string> readFile(const std::filesystem::path& path);
 

@@ -67,7 +67,7 @@ public:
         for (const Parameter& parameter : parameters) found_[parameter.solverName] = {};
         const std::string text = withoutXmlComments(modelTemplate);
         forEachBetween(text, "<parameter", ">", [this](std::string_view tag) {
-            constexpr std::size_t longest = 10'000; // what is longer is no tag
+            constexpr std::size_t longest = 10'000; // what is longer is not a tag
             if (const auto name = attributeIn(tag.substr(0, longest), "name"))
                 note(*name, attributeIn(tag.substr(0, longest), "value"));
         });

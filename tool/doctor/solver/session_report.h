@@ -34,7 +34,7 @@ public:
     /// Passes on what the solver says without it being a fault, as often as a fact.
     void say(const std::string& message);
 
-    /// Passes on what was seen and is no fault; `lines` may be several.
+    /// Passes on what was seen and is not a fault; `lines` may be several.
     void note(std::string_view heading, const std::string& lines);
 
     /// Says that the session came to its end, whatever happened in it.

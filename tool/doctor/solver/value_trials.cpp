@@ -82,7 +82,7 @@ private:
         return trial;
     }
 
-    /// What is refused with the start value also is no matter of the value.
+    /// What is also refused with the start value is not refused for its value.
     void tryOne(const Settable& settable) {
         const Trial changed = translate({{&settable, Choice::changed}});
         if (changed.model) {
