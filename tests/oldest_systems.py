@@ -55,9 +55,9 @@ def main(readme: Path, program: Path, library: Path) -> None:
         print(f"releases are made on a system with an older glibc than {platform.libc_ver()[1]}")
         sys.exit(77)
     limits = [
-        (library, "GLIBC", promised(readme, rf"library needs glibc {NUMBER}")),
-        (library, "GLIBCXX", promised(readme, rf"GLIBCXX {NUMBER}")),
-        (program, "GLIBC", promised(readme, rf"program glibc {NUMBER}")),
+        (file, name, promised(readme, rf"the program need .*{prefix} {NUMBER}"))
+        for file in (library, program)
+        for name, prefix in (("GLIBC", "glibc"), ("GLIBCXX", "GLIBCXX"))
     ]
     limits += [(file, "GLIBC", all_glibc) for file in bundled(program)]
     wrong = [

@@ -30,7 +30,7 @@ def check_licenses(folder: Path, licenses: Path) -> None:
         sys.exit(f"There should be a warning for each of {libraries}:\n{printed}")
 
     # An installation that brings the libraries along has the texts of all of them.
-    brought, texts = folder / "prefix/lib/tessaro-fmu", folder / "prefix/share/doc/tessaro_fmu/licences"
+    brought, texts = folder / "prefix/lib/tessaro-fmu", folder / "prefix/share/doc/tessaro-fmu/licences"
     shutil.copytree(licenses.parent.parent / "binaries/linux64", brought)
     texts.mkdir(parents=True)
     (texts / "zlib1g").write_text("the text")

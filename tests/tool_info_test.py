@@ -65,6 +65,7 @@ class Program(unittest.TestCase):
                 text = self.run_program("help", command)
                 self.assertRegex(text, rf"(?s)Usage: tessaro-fmu {command} .*Examples?:\n  tessaro-fmu {command}.*Exit codes:")
                 self.assertEqual(text.splitlines()[3:], self.run_program(command, "--help").splitlines()[3:])
+        self.assertIn("Subcommands:", self.run_program("help"))
         self.run_program("help", "nothing", code=2)
 
     def test_bash_completes_commands_options_and_files(self) -> None:

@@ -221,7 +221,8 @@ class Packing(unittest.TestCase):
         for arguments, code, sentence in [
             ("chekc x", 2, 'There is no command "chekc": did you mean check?'),
             ("x" * 9999, 2, ". tessaro-fmu --help lists all."),
-            ("doctor --solver x --time-limit -5", 2, '"-5" is not a number of seconds above 0.'),
+            ("doctor --solver x --time-limit -5", 2, '"-5" is not a number of seconds above 0 and up to a million'),
+            ("doctor --solver x --time-limit 1e10", 2, '"1e10" is not a number of seconds above 0'),
             ("pack .", 1, ". is a folder: name a file in it."),
             ("pack ", 1, "A file without a name does not exist."),
         ]:

@@ -81,9 +81,9 @@ std::size_t editDistance(std::string_view from, std::string_view to) {
 
 std::string isPositive(const std::string& text) {
     const std::optional<double> value = realOf(text);
-    return value && *value > 0.0 && std::isfinite(*value)
+    return value && *value > 0.0 && *value <= 1e6
                ? ""
-               : fmt::format("{} is not a number of seconds above 0.", inQuotes(text));
+               : fmt::format("{} is not a number of seconds above 0 and up to a million", inQuotes(text));
 }
 
 // Examples, after the options of --help.
@@ -179,7 +179,9 @@ private:
 
     void showHelp() {
         refuseUnknownCommand(name_);
-        fmt::print("{}", name_.empty() ? app_.help() : app_.get_subcommand(name_)->help(app_.get_name()));
+        const auto mode = CLI::AppFormatMode::Normal;
+        fmt::print("{}", name_.empty() ? app_.get_formatter()->make_help(&app_, app_.get_name(), mode)
+                                       : app_.get_subcommand(name_)->help(app_.get_name()));
         flush(stdout);
     }
 
@@ -231,9 +233,10 @@ private:
     void showPacked(const Report& report, const std::optional<PackResult>& packed) const {
         if (!report.findings().empty()) writeText(report, pack_.description.string(), stderr);
         if (!packed) return;
-        fmt::print("Written: {}\n", packed->archive.string());
+        fmt::print("Written: {}\n", readable(packed->archive.string()));
         if (!packed->bundled.empty())
-            fmt::print("With it: {} ({:.1f} MB unpacked)\n", fmt::join(packed->bundled, ", "),
+            fmt::print("With it: {} ({:.1f} MB unpacked)\n",
+                       readable(fmt::format("{}", fmt::join(packed->bundled, ", "))),
                        static_cast<double>(packed->bundledBytes) / 1e6);
     }
 

@@ -31,9 +31,9 @@ struct Oscillator {
 };
 
 /// All instances of a process share this library, perhaps on several threads: each run is kept under its handle.
+bool runsAreGone = false;
 struct Runs : std::map<void*, Oscillator> {
-    ~Runs() { areGone = true; }
-    inline static bool areGone = false;
+    ~Runs() { runsAreGone = true; }
 } runs;
 std::mutex runsMutex;
 
@@ -94,7 +94,7 @@ extern "C" void blkRequestPlantOutput(void* handle, TScicosAccessAPI2* access, d
 }
 
 extern "C" void blkTerminate(void* handle, TScicosAccessAPI2* /*access*/, double /*time*/) {
-    if (Runs::areGone) return; // a master may release its last instances when the process ends
+    if (runsAreGone) return; // a master may release its last instances when the process ends
     const std::lock_guard<std::mutex> lock(runsMutex);
     runs.erase(handle);
 }

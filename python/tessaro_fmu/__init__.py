@@ -83,7 +83,7 @@ def pack(
     Raises PackError if something is wrong in the description; then no archive is written.
     """
     given = {"--output": output, "--version": version, "--library": library}
-    options = [f"{name}={os.fspath(value)}" for name, value in given.items() if value is not None]
+    options = [f"{name}={os.fsdecode(value)}" for name, value in given.items() if value is not None]
     answer = _run("pack", description, *options, *(["--bundle"] if bundle else []))
     findings = _findings(answer)
     if answer["archive"] is None:
@@ -103,7 +103,10 @@ def check(fmu: AnyPath) -> list[Finding]:
 
 def _run(command: str, path: AnyPath, *options: str) -> dict[str, Any]:
     arguments = [str(PROGRAM), command, "--json", *options, os.path.abspath(path)]
-    ended = subprocess.run(arguments, capture_output=True, encoding="utf-8", errors="replace")
+    try:
+        ended = subprocess.run(arguments, capture_output=True, encoding="utf-8", errors="replace")
+    except OSError as failure:
+        raise Error(f"tessaro-fmu cannot be started: {failure}") from failure
     try:
         answer: dict[str, Any] = json.loads(ended.stdout)
     except ValueError:

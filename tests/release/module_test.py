@@ -19,6 +19,7 @@ class Module(unittest.TestCase):
 
     def test_an_fmu_is_packed_and_checked(self) -> None:
         packed = tessaro_fmu.pack("Block.toml", "other.fmu", version="7", bundle=True)
+        self.assertEqual(packed.warnings, [])
         self.assertEqual(packed.archive.resolve(), Path("other.fmu").resolve())
         self.assertIn("libxml2.so.2", packed.bundled)
         self.assertEqual(tessaro_fmu.check(packed.archive), [])

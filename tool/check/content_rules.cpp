@@ -35,6 +35,7 @@ void leaveOutRunsFiles(const Fmu& fmu, ContentHash& hash) {
 
 bool isAsPacked(const Fmu& fmu, std::string_view guid) {
     ContentHash hash = hashOf(fmu, guid);
+    if (hash.guid() == guid) return true; // whatever the files' names are
     leaveOutRunsFiles(fmu, hash);
     if (hash.guid() == guid) return true;
     hash.leaveOut(fmu.modelFile()); // a run's as well, unless it was packed

@@ -32,7 +32,7 @@ bool examineRoot(const char* root, const Installation& installation, Report& rep
                    installation.overlongVariable, pathBufferSize - 1);
         return false;
     }
-    if (!isFolder(root) && isBehindClosedFolder(root, report)) return false;
+    if (*root != '\0' && !isFolder(root) && isBehindClosedFolder(root, report)) return false;
     if (!isFolder(root)) {
         report.add("root-missing", {}, "KORVAN_FMU_ROOT does not name a folder: {}.", inQuotes(root));
         return false;

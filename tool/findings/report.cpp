@@ -73,7 +73,10 @@ Finding& Report::keep(RuleName rule, const Place& place, std::string_view what) 
 }
 
 int Report::count(Severity severity) const {
-    return static_cast<int>(std::ranges::count(findings(), severity, &Finding::severity));
+    auto all = std::ranges::count(findings_, severity, &Finding::severity);
+    for (std::size_t i = 0; i < counts_.size(); ++i)
+        if (allRules[i].severity == severity) all += std::max(counts_[i].found - shownOfARule_, 0);
+    return static_cast<int>(all);
 }
 
 } // namespace tool

@@ -32,8 +32,11 @@ void checkKind(const ElfFile& opened, const fs::path& file) {
     if (header->e_type != ET_DYN) fail("{} is a program or an object file, not a shared library.", file.string());
 
     std::uint64_t end = 0;
+    const std::uintmax_t size = fs::file_size(file);
     for (const GElf_Phdr& segment : opened.segments()) {
         if (segment.p_type != PT_LOAD) continue;
+        if (segment.p_offset > size || segment.p_filesz > size - segment.p_offset)
+            fail("{} is damaged: the end of the file is missing. Copy it again.", file.string());
         if (segment.p_vaddr < end || segment.p_memsz > UINT64_MAX - segment.p_vaddr)
             fail("{} has segments out of order: the loader would map them over other memory.", file.string());
         end = segment.p_vaddr + segment.p_memsz;

@@ -148,7 +148,7 @@ private:
 
 FmuTree::FmuTree(const fs::path& path, const UnpackingLimits& limits) : root_(path) {
     std::error_code ignored;
-    if (!fs::exists(path, ignored)) fail("There is no {}.", path.string());
+    if (!fs::exists(path, ignored)) fail("{} does not exist.", inQuotes(path.string()));
     if (fs::is_directory(path, ignored)) return;
     if (!fs::is_regular_file(path, ignored)) fail("{} is neither a folder nor a regular file.", path.string());
 

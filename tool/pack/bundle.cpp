@@ -70,7 +70,7 @@ std::vector<License> licensesOf(const fs::path& file) {
     const auto add = [&licenses](const std::string& name, const fs::path& path) {
         if (auto text = readFile(path)) licenses.push_back({name + ".txt", std::move(*text)});
     };
-    const fs::path brought = file.parent_path() / "../../share/doc/tessaro_fmu/licences";
+    const fs::path brought = file.parent_path() / "../../share/doc/tessaro-fmu/licences";
     if (const std::string package = packageOf(file); !package.empty())
         add(package, fs::path("/usr/share/doc") / package / "copyright");
     else if (isFolder(brought))
