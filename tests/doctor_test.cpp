@@ -73,6 +73,8 @@ TEST(Doctor, NamesTheFaultOfAnInstallationOrAnFmuAndNothingElse) {
         {"sed -i 's/libxml2.so/libxml0.so/' car/binaries/linux64/*.so", "error library-dependency"},
         {"FMU='\xc3\xbc car'; mv car \"$FMU\"", "warning location-characters"},
         {"export TMPDIR=$PWD/'\xc3\xbc'; mkdir \"$TMPDIR\"; FMU=car.fmu", "warning location-characters"},
+        {"mkdir m; export TMPDIR=m; FMU=car.fmu", "warning location-characters"},
+        {"export TMPDIR=/proc; FMU=car.fmu", "error temporary-folder"}, // it takes no folder, not even from root
         {"export TMPDIR=/none; FMU=car.fmu; rm root/$BATCH", "error temporary-folder, error translator-missing"},
         {"d=$(printf %0200d 0); FMU=$d/$d/$d/$d/$d/car; mkdir -p $FMU; cp -r car/* $FMU", "error location-too-long"},
         {"as_user; trap 'chmod 755 . car/resources' EXIT\n"
@@ -121,6 +123,11 @@ TEST(Doctor, SaysWhatHelpsAndWhatItSaw) {
          "\nresult file         ./\\x1b[31mQuarterCar_result.csv, in "},
         {"export TMPDIR=/none; FMU=car.fmu",
          "No files can be made in \"/none\", which TMPDIR names: No such file or directory."},
+        {"export TMPDIR=m; mkdir m; FMU=car.fmu", "TMPDIR is \"m\", which is not an absolute path."},
+        {"FMU='\xc3\xbc car'; mv car \"$FMU\"", "With ecos and OMSimulator the resources' location is "},
+        {"misbehave; sed -i s/x/x/ $TSCICOS\n"
+         "for place in 40 60; do printf '\\0\\0\\0\\0' | dd of=$TSCICOS bs=1 seek=$place conv=notrunc 2> dd; done",
+         "Use the library as it was built, "},
         {"as_user; chmod 0 root/plsolvers; trap 'chmod 755 root/plsolvers' EXIT",
          "/root/plsolvers: error: This folder cannot be entered by the user who runs this."},
     };

@@ -55,6 +55,9 @@ ROOT = Path(__file__).resolve().parent.parent
 DOCUMENTED = (ROOT / "docs/packaging.md").read_text()
 UNITS = " ".join(re.search(r"Known are\s(.*?),\sand products", DOCUMENTED, re.DOTALL)[1].split())
 
+LIKELY_UNITS = [("Nm", "N.m"), ("W/m2.s", "W/(m2.s)"), ("Kg", "kg"), ("KNm", "kN.m"), ("Nms/rad", "N.m.s/rad"),
+                ("kgms", "kg.m.s"), ("Nmm", "N.mm"), ("mNm", "mN.m"), ("mN s", "mN.s"), ("deg C", "degC")]  # fmt: skip
+
 # A part of the description, what replaces it, the rule, how the message begins.
 MISTAKES = [
     ('-1"', '-1.xml"', "model-name-extension", 'name must not contain ".xml".'),
@@ -72,8 +75,11 @@ MISTAKES = [
     ('"der_a.x"', '"v"', "name-shared", 'Line 3 has a variable of the solver\'s name "v" already.'),
     ('"on"', '"k"', "name-duplicate", 'Line 8 has a variable of the name "k" already.'),
     ("derivatives = 1", "derivatives = 3", "key-value", "derivatives must be 0, 1 or 2."),
-    ('"W/(m2.s)"', '"W/m2.s"', "unit-undefined", 'The unit "W/m2.s" is not known. [unit-undefined]\n    Masters cannot convert the value.\n    Write W/(m2.s) if'),
-    ('"N.m"', '"Nm"', "unit-undefined", 'The unit "Nm" is not known. [unit-undefined]\n    Masters cannot convert the value.\n    Write N.m if'),
+    *[('"N.m"', f'"{unit}"', "unit-undefined", f'The unit "{unit}" is not known. [unit-undefined]\n    Masters cannot convert the value.\n    Write {meant} if') for unit, meant in LIKELY_UNITS],
+    ("units.f", "units.m = { s = 1 }\nunits.f", "key-value", '"m" is a known unit.'),
+    ("201.168", "0.0", "key-value", "factor must not be 0."),
+    ("signals", "singals", "key-unknown", '[[input]] has no key "singals"; its keys are signals. [key-unknown]\n    A misspelt key would be ignored.\n    Did you mean signals?\n'),
+    ("[model]", "[[model]]", "key-value", "model must be a table: write [model]."),
     ('"N.m"', '"ell"', "unit-undefined", f'The unit "ell" is not known. [unit-undefined]\n    Masters cannot convert the value.\n    Define it under [units]. Known are {UNITS}.\n'),
     ('"v"', '"", solver_name = "v"', "key-value", "name must not be empty."),
     ('"u 2"', '""', "key-value", "solver_name must not be empty."),
@@ -146,7 +152,7 @@ class Packing(unittest.TestCase):
                 self.assertIn(f"m:{before.count(chr(10)) + 1}: error: {sentence}", printed)
                 self.assertIn(f" [{rule}]\n", printed)
                 self.assertRegex(printed, "\nm: 1 error, [01] warnings?\n$")
-        self.assertRegex(self.run_program("pack", "m", m="model = { nam = 'x' }\ninput = 2\n")[1], "(?s)^m:1: .*\nm: 4 errors")
+        self.assertRegex(self.run_program("pack", "m", m="model = { nam = 'x' }\ninput = 2\n")[1], "(?s)^m:1: .*\nm: 3 errors")
         for table in ("input", "output", "parameter"):
             printed = self.run_program("pack", "m", m=f"[model]\nname = '-'\nfinal_time = 1\n[{table}]\nname = 'x'\n")[1]
             self.assertIn(f"\nm:4: error: {table} must be a list of tables: write [[{table}]]. [key-value]\n", printed)
@@ -172,6 +178,7 @@ class Packing(unittest.TestCase):
                  r'm:9: warning: "n" starts at -99999. \[start-marker\]',
                  r'm:18: warning: The result file is "r.csv". \[result-file\]', "m: 0 errors, 4 warnings"]  # fmt: skip
         self.assertRegex(f"{code} " + "\n".join(found), "^0 " + "\n".join(forms) + "$")
+        self.assertIn("\n    Write start = 0, or make it a parameter.\n", printed)
         (text,) = (v for v in read_model_description("All.Types-1.fmu").modelVariables if v.type == "String")
         self.assertEqual((text.name, text.valueReference), ("file", 1), "0 is never written to the value file")
 

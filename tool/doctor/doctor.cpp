@@ -21,7 +21,7 @@ bool examinePlace(const fs::path& fmu, Report& report) {
     if (isBehindClosedFolder(fmu / resourcesFolder, report)) return false;
     if (!isFolder(fmu)) return examineTemporaryFolder(report);
     const fs::path resources = fs::absolute(fmu / resourcesFolder).lexically_normal();
-    refusesToRun(fs::absolute(fmu), "the FMU", report);
+    refusesToRun(fs::absolute(fmu), "the FMU", report, "Unpack it to a folder on another file system.");
     if (examineLocation(resources, report))
         report.note("resources", resources.string() + "; all masters can pass this path on");
     return true;

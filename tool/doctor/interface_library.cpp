@@ -67,7 +67,8 @@ void examineUndefined(const fs::path& file, const Place& place, Report& report) 
 /// Without a table of sections only the loader can say which functions there are.
 bool examineLoadedEntryPoints(const fs::path& file, const Place& place, Report& report) {
     report.add("library-sections", place, "The library has no section table that can be read.")
-        .why("The loader accepts it, but what it needs and exports cannot be examined.");
+        .why("The loader accepts it, but what it needs and exports cannot be examined.")
+        .fix("Use the library as it was built, or strip it with strip.");
     bool isComplete = true;
     for (const std::string name : entryPoints) {
         if (hasLoadedFunction(file, RTLD_LAZY | RTLD_DEEPBIND, name)) continue;

@@ -36,10 +36,11 @@ bool isNoexec(const fs::path& folder) {
     return statvfs(folder.c_str(), &system) == 0 && (system.f_flag & ST_NOEXEC) != 0;
 }
 
-bool refusesToRun(const fs::path& folder, const char* purpose, Report& report) {
+bool refusesToRun(const fs::path& folder, const char* purpose, Report& report, const char* advice) {
     if (!isNoexec(folder)) return false;
-    report.add("folder-noexec", {}, "{}, {}, is on a file system that is mounted noexec.", inQuotes(folder.string()),
-               purpose);
+    Report::Added added = report.add("folder-noexec", {}, "{}, {}, is on a file system that is mounted noexec.",
+                                     inQuotes(folder.string()), purpose);
+    if (advice != nullptr) added.fix(advice);
     return true;
 }
 

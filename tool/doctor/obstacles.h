@@ -14,7 +14,9 @@ bool isBehindClosedFolder(const std::filesystem::path& path, Report& report);
 /// Whether a folder is on a file system that is mounted noexec.
 bool isNoexec(const std::filesystem::path& folder);
 
-/// True, with a finding, when it is; `purpose` is what is to run from there.
-bool refusesToRun(const std::filesystem::path& folder, const char* purpose, Report& report);
+/// True, with a finding, when it is; `purpose` is what is to run from there, `advice` what helps when that is not to
+/// install it elsewhere.
+bool refusesToRun(const std::filesystem::path& folder, const char* purpose, Report& report,
+                  const char* advice = nullptr);
 
 } // namespace tool

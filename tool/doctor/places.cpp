@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
 #include <system_error>
 
@@ -28,13 +30,13 @@ struct Form {
 
 constexpr const char* usualTemporaryFolder = "/tmp";
 
-bool isUsable(const fs::path& folder) { return isFolder(folder) && isWritable(folder); }
-
-std::string reasonAgainst(const fs::path& folder) {
-    std::error_code failure;
-    const fs::file_status status = fs::status(folder, failure);
-    if (failure) return failure.message();
-    return fs::is_directory(status) ? "it cannot be written by the user who runs this" : "it is not a folder";
+/// Why no folder can be made in it; empty when one can.
+std::string reasonAgainst(const fs::path& parent) {
+    std::string made = parent / "tessaro-fmu-XXXXXX";
+    if (mkdtemp(made.data()) == nullptr) return std::strerror(errno);
+    std::error_code ignored;
+    fs::remove(made, ignored);
+    return "";
 }
 
 bool leadsTo(const std::string& location, const fs::path& folder) {
@@ -88,22 +90,28 @@ bool examineLocation(const fs::path& resources, Report& report) {
         if (leadsTo(location, resources)) continue;
         allLead = false;
         report.add("location-characters", {},
-                   "{} pass the resources' location on as {}, which the library does not understand.", masters,
+                   "With {} the resources' location is {}, which the library does not understand.", masters,
                    inQuotes(location));
     }
     return allLead;
 }
 
 bool examineTemporaryFolder(Report& report) {
-    if (!isUsable(temporaryParent())) {
-        const std::string problem = reasonAgainst(temporaryParent());
+    if (const std::string problem = reasonAgainst(temporaryParent()); !problem.empty()) {
         report.add("temporary-folder", {}, "No files can be made in {}{}: {}.", inQuotes(temporaryParent().string()),
                    std::getenv("TMPDIR") != nullptr ? ", which TMPDIR names" : "", problem);
-        if (!isUsable(usualTemporaryFolder)) return false;
+        if (!reasonAgainst(usualTemporaryFolder).empty()) return false;
         setenv("TMPDIR", usualTemporaryFolder, 1);
     }
     const fs::path folder = temporaryParent();
-    if (refusesToRun(folder, "where archives are unpacked", report)) return true;
+    if (refusesToRun(folder, "where archives are unpacked", report, "Set TMPDIR to a folder on another file system."))
+        return true;
+    if (folder.is_relative()) {
+        report.add("location-characters", {}, "TMPDIR is {}, which is not an absolute path.", inQuotes(folder.string()))
+            .why("Where a master passes this path on, instantiation fails with \"Unable to read parameter file\".")
+            .fix("Set TMPDIR to an absolute path.");
+        return true;
+    }
     if (examineLocation(folder / "unpacked/resources", report))
         report.note("unpacked to", folder.string() + " (most masters); this path works with all of them");
     return true;

@@ -62,7 +62,7 @@ inline constexpr Rule machineRules[] = {
     {"folder-permission", Severity::error, "What is in it cannot be used, whether it is there or not.",
      "Give search permission (chmod +x) to the folder, or start the master as a user who has it."},
     {"folder-noexec", Severity::error, "The system loads no libraries from there, and runs no programs.",
-     "Use a folder on another file system; the variable TMPDIR moves where archives are unpacked."},
+     "Install it on a file system that is mounted without noexec."},
     {"location-characters", Severity::warning,
      "These masters do not encode spaces, umlauts, braces, brackets, # and %: instantiation fails with \"Unable to "
      "read "

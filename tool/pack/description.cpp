@@ -22,6 +22,7 @@ public:
     DescriptionReader(const fs::path& file, Report& report, const std::optional<std::string>& version)
         : folder_(file.parent_path()), report_(report), version_(version) {
         made_.file = file;
+        made_.finalTime = std::numeric_limits<double>::max(); // as long as none is known
     }
 
     Description read(const toml::table& root) {
@@ -51,7 +52,7 @@ private:
         made_.license = section.text("license").value_or("");
         made_.identifier = section.text("identifier").value_or(identifierFrom(made_.name));
         section.require("final_time");
-        made_.finalTime = section.positive("final_time").value_or(std::numeric_limits<double>::max());
+        made_.finalTime = section.positive("final_time").value_or(made_.finalTime);
         made_.needsExecutionTool = section.flag("needs_execution_tool").value_or(true);
         made_.resultFileVariable = section.flag("result_file_variable").value_or(false);
         made_.resultFile =
@@ -114,9 +115,13 @@ private:
             report_.add("description-size", section.place(), "There are more than {} units.", most);
             return section.acceptOtherKeys();
         }
-        for (const auto& [key, node] : section.table())
+        for (const auto& [key, node] : section.table()) {
+            if (parseUnit(key.str()))
+                report_.add("key-value", section.at(key.str()), "{} is a known unit.", inQuotes(key.str()))
+                    .fix("Remove the definition, or give the unit another name.");
             section.inTable(key.str(),
                             [this, name = std::string(key.str())](Section& one) { made_.units[name] = readUnit(one); });
+        }
     }
 
     static Unit readUnit(Section& section) {
@@ -129,6 +134,7 @@ private:
             unit.exponents[i] = static_cast<int>(std::clamp<std::int64_t>(exponent, -99, 99));
         }
         unit.factor = section.number("factor").value_or(1.0);
+        if (unit.factor == 0.0) section.report().add("key-value", section.at("factor"), "factor must not be 0.");
         unit.offset = section.number("offset").value_or(0.0);
         return unit;
     }

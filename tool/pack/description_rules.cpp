@@ -194,8 +194,10 @@ void checkPortNumber(const std::vector<PortDescription>& ports, const char* kind
 void checkSignal(const Description& description, const Signal& signal, VariableChecks& checks, Report& report) {
     checks.check(signal);
     if (signal.start != 0.0)
-        report.add("start-lost", description.at(signal.line), "{} starts at {}, but is 0 after the initialization.",
-                   inQuotes(signal.name), shortest(signal.start));
+        report
+            .add("start-lost", description.at(signal.line), "{} starts at {}, but is 0 after the initialization.",
+                 inQuotes(signal.name), shortest(signal.start))
+            .fix("Write start = 0, or make it a parameter.");
 }
 
 } // namespace

@@ -2,12 +2,33 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
+#include <utility>
 
 #include <fmt/ranges.h>
 
 #include "tool/os/text.h"
 
 namespace tool {
+
+namespace {
+
+/// How many letters have to be replaced, added or removed to get from one word to the other.
+std::size_t editDistance(std::string_view from, std::string_view to) {
+    std::vector<std::size_t> row(to.size() + 1); // the distances of the beginnings of `to`
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < to.size(); ++j) {
+            const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+} // namespace
 
 const toml::node* Section::find(std::string_view key) {
     if (std::ranges::find(known_, key) == known_.end()) known_.emplace_back(key);
@@ -16,7 +37,7 @@ const toml::node* Section::find(std::string_view key) {
 
 const toml::node* Section::require(std::string_view key) {
     const toml::node* node = find(key);
-    if (node == nullptr) report_.add("key-missing", place_, "{} needs the key {}.", title_, key);
+    if (node == nullptr) missing_.emplace_back(key);
     return node;
 }
 
@@ -91,12 +112,38 @@ std::optional<double> Section::positive(std::string_view key) {
     return std::nullopt;
 }
 
-void Section::refuseOtherKeys() const {
-    if (acceptsOthers_) return;
-    for (const auto& [key, node] : table_)
-        if (std::ranges::find(known_, key.str()) == known_.end())
+void Section::refuseOtherKeys() {
+    for (const auto& [key, node] : table_) {
+        if (acceptsOthers_ || std::ranges::find(known_, key.str()) != known_.end()) continue;
+        Report::Added added =
             report_.add("key-unknown", {place_.file, static_cast<int>(key.source().begin.line)},
                         "{} has no key {}; its keys are {}.", title_, inQuotes(key.str()), fmt::join(known_, ", "));
+        const std::string meant = meantBy(key.str());
+        if (meant.empty()) continue;
+        added.fix(fmt::format("Did you mean {}?", meant));
+        std::erase(missing_, meant);
+    }
+    for (const std::string& key : missing_) report_.add("key-missing", place_, "{} needs the key {}.", title_, key);
+}
+
+/// The nearest key that the table lacks, or nothing.
+std::string Section::meantBy(std::string_view misspelt) const {
+    std::size_t farthest = 2;
+    std::string nearest;
+    for (const std::string& key : known_) {
+        if (table_.contains(key) || misspelt.size() > key.size() + farthest) continue;
+        if (const std::size_t distance = editDistance(key, misspelt); distance <= farthest && distance < key.size()) {
+            nearest = key;
+            farthest = distance - 1;
+        }
+    }
+    return nearest;
+}
+
+/// How a table in this one is written.
+std::string Section::titleOf(std::string_view key) const {
+    const std::string outer = title_.starts_with('[') ? title_.substr(1, title_.size() - 2) + "." : "";
+    return fmt::format("[{}{}]", outer, key);
 }
 
 Place Section::at(std::string_view key) const {
@@ -116,7 +163,7 @@ std::vector<const toml::table*> Section::tables(std::string_view key, const char
     return found;
 }
 
-void Section::wrongKind(const toml::node& node, std::string_view key, const char* wanted) {
+void Section::wrongKind(const toml::node& node, std::string_view key, std::string_view wanted) {
     report_.add("key-value", placeOf(node), "{} must be {}.", key, wanted);
 }
 

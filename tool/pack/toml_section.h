@@ -23,7 +23,7 @@ public:
 
     /// The node of a key, or null. The key is known from now on.
     const toml::node* find(std::string_view key);
-    /// As `find`; that it is missing is an error.
+    /// As `find`; that it is missing is an error, unless `refuseOtherKeys` finds it misspelt.
     const toml::node* require(std::string_view key);
 
     /// The value of a key, or nothing when it is not there or of another kind, which is an error.
@@ -47,21 +47,22 @@ public:
             section.refuseOtherKeys();
         }
     }
-    /// Calls `read` with the Section of the table `key`, an empty one when it is not there.
+    /// Calls `read` with the Section of the table `key`, an empty one when it is not there. Something else than a table
+    /// is an error, and not read.
     template <typename Function>
     void inTable(std::string_view key, const Function& read) {
         static const toml::table none;
         const toml::node* node = find(key);
-        if (node != nullptr && !node->is_table()) wrongKind(*node, key, "a table");
-        const bool isThere = node != nullptr && node->is_table();
-        Section section(isThere ? *node->as_table() : none, fmt::format("[{}]", key),
-                        isThere ? placeOf(*node) : Place{place_.file, 1}, report_);
+        if (node != nullptr && !node->is_table()) return wrongKind(*node, key, "a table: write " + titleOf(key));
+        Section section(node != nullptr ? *node->as_table() : none, titleOf(key),
+                        node != nullptr ? placeOf(*node) : Place{place_.file, 1}, report_);
         read(section);
         section.refuseOtherKeys();
     }
 
-    /// Reports every key that was not asked for, unless they are accepted.
-    void refuseOtherKeys() const;
+    /// Reports every key that was not asked for, unless they are accepted, and then those that are missing. To be
+    /// called once all keys were read.
+    void refuseOtherKeys();
     void acceptOtherKeys() { acceptsOthers_ = true; }
 
     /// Where a key's value is, or the table.
@@ -74,14 +75,17 @@ public:
 private:
     Place placeOf(const toml::node& node) const { return {place_.file, static_cast<int>(node.source().begin.line)}; }
     std::vector<const toml::table*> tables(std::string_view key, const char* form);
-    void wrongKind(const toml::node& node, std::string_view key, const char* wanted);
+    void wrongKind(const toml::node& node, std::string_view key, std::string_view wanted);
     bool isClean(const toml::node& node, std::string_view key);
+    std::string titleOf(std::string_view key) const;
+    std::string meantBy(std::string_view misspelt) const;
 
     const toml::table& table_;
     std::string title_;
     Place place_;
     Report& report_;
     std::vector<std::string> known_;
+    std::vector<std::string> missing_;
     bool acceptsOthers_ = false;
 };
 

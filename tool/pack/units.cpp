@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <numbers>
+#include <set>
 #include <utility>
 
 namespace tool {
@@ -170,12 +171,38 @@ std::string replaced(std::string text, std::string_view old, std::string_view by
     return text;
 }
 
-/// A name in which one dot, or two, are missing between known symbols; empty when that is not it.
-std::string withDots(const std::string& name, int dots) {
-    if (parseUnit(name)) return name;
+/// Whether all symbols are without a prefix, but for kg, and none is there twice above the line or below it.
+bool isPlain(std::string_view name) {
+    std::set<std::string_view> seen;
+    while (!name.empty()) {
+        const std::size_t end = std::min(name.find_first_of(".*/()"), name.size());
+        const std::string_view factor = name.substr(0, end);
+        const std::string_view symbol = factor.substr(0, factor.find_first_of("0123456789+-^"));
+        const auto isSymbol = [symbol](const Symbol& known) { return symbol == known.name; };
+        if (!symbol.empty() && symbol != "kg" && std::ranges::none_of(symbols, isSymbol)) return false;
+        if (!symbol.empty() && !seen.insert(symbol).second) return false;
+        if (end < name.size() && name[end] == '/') seen.clear();
+        name.remove_prefix(std::min(end + 1, name.size()));
+    }
+    return true;
+}
+
+/// A name in which at most so many dots are missing between known symbols; empty when that is not it.
+std::string withDots(const std::string& name, int dots, bool onlyPlain) {
+    if (parseUnit(name) && (!onlyPlain || isPlain(name))) return name;
     for (std::size_t at = 1; dots > 0 && at < name.size(); ++at)
-        if (std::string found = withDots(name.substr(0, at) + "." + name.substr(at), dots - 1); !found.empty())
+        if (std::string found = withDots(name.substr(0, at) + "." + name.substr(at), dots - 1, onlyPlain);
+            !found.empty())
             return found;
+    return "";
+}
+
+/// "Nms" is N.m.s rather than N.ms, but "Nmm" is N.mm.
+std::string withMissingDots(const std::string& name) {
+    if (parseUnit(name)) return name;
+    for (const bool onlyPlain : {true, false})
+        for (const int dots : {1, 2})
+            if (std::string found = withDots(name, dots, onlyPlain); !found.empty()) return found;
     return "";
 }
 
@@ -197,13 +224,24 @@ std::string likelyUnit(const std::string& name) {
     constexpr std::size_t longest = 30; // the search is cubic
     if (name.size() > longest) return "";
     std::string plain = name;
-    for (const auto& [old, by] :
-         {std::pair{"·", "."}, {"⋅", "."}, {" ", "."}, {"°", "deg"}, {"Ω", "Ohm"}, {"µ", "u"}, {"²", "2"}, {"³", "3"}})
+    for (const auto& [old, by] : {std::pair{"·", "."},
+                                  {"⋅", "."},
+                                  {"°", "deg"},
+                                  {"deg C", "degC"},
+                                  {"deg F", "degF"},
+                                  {" ", "."},
+                                  {"Ω", "Ohm"},
+                                  {"µ", "u"},
+                                  {"²", "2"},
+                                  {"³", "3"}})
         plain = replaced(plain, old, by);
-    if (std::string found = withDots(plain, 2); !found.empty()) return found;
+    if (plain.starts_with('K')) // for the prefix k
+        if (std::string found = withMissingDots("k" + plain.substr(1)); !found.empty()) return found;
+    if (std::string found = withMissingDots(plain); !found.empty()) return found;
     const std::size_t slash = plain.find('/');
     return slash != std::string::npos
-               ? withDots(plain.substr(0, slash + 1) + "(" + replaced(plain.substr(slash + 1), "/", ".") + ")", 0)
+               ? withDots(plain.substr(0, slash + 1) + "(" + replaced(plain.substr(slash + 1), "/", ".") + ")", 0,
+                          false)
                : "";
 }
 
