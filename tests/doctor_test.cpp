@@ -150,6 +150,8 @@ TEST(Doctor, NamesFileSystemsThatAreFullOrRunNothing) {
     for (const auto& [script, findings] : systems) EXPECT_EQ(findingsAfter(mounting + script), findings) << script;
     const std::pair<const char*, const char*> full[] = {
         {"export TMPDIR=$PWD/mnt; FMU=car.fmu; mount_for size=64k true", "error unreadable: "},
+        {"export TMPDIR=$PWD/mnt; FMU=car.fmu; mount_for size=64k 'head -c 65536 /dev/zero > mnt/full; true'",
+         "error temporary-folder: "},
         {"export TMPDIR=$PWD/mnt; SOLVER=--solver; mount_for size=64k 'head -c 65536 /dev/zero > mnt/full; true'",
          "error temporary-folder: "},
     };

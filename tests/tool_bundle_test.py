@@ -42,10 +42,13 @@ def check_licenses(folder: Path, licenses: Path) -> None:
 
 def main(folder: Path, root: Path) -> None:
     subprocess.run([PROGRAM, "new", "Lonely"], cwd=folder, check=True)
-    for fmu, options in ("plain", []), ("whole", ["--bundle"]):
+    for fmu, options in ("plain", []), ("whole", ["--bundle", "--depfile", "inputs"]):
         subprocess.run([PROGRAM, "pack", "Lonely.toml", *options], cwd=folder, check=True)
         shutil.unpack_archive(folder / "Lonely.fmu", root / fmu, "zip")
     check_licenses(folder, root / "whole/documentation/licenses")
+    for file in r"/libxml2\.so", r"/libxml2\S*/copyright":
+        if not re.search(file, (folder / "inputs").read_text()):
+            sys.exit(f"{file} should be among the inputs of the archive")
     shutil.copy(MASTER, root / "master")
     for library in re.findall(PRESENT, subprocess.getoutput(f"ldd {root}/plain/binaries/linux64/Lonely.so")):
         (root / library[1:]).parent.mkdir(parents=True, exist_ok=True)

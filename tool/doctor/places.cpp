@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string_view>
 #include <system_error>
 
@@ -30,13 +31,18 @@ struct Form {
 
 constexpr const char* usualTemporaryFolder = "/tmp";
 
-/// Why no folder can be made in it; empty when one can.
+/// Why no folder with a file can be made in it; empty when one can.
 std::string reasonAgainst(const fs::path& parent) {
     std::string made = parent / "tessaro-fmu-XXXXXX";
     if (mkdtemp(made.data()) == nullptr) return std::strerror(errno);
+    errno = 0;
+    std::ofstream file(made + "/file");
+    file << "content";
+    file.close();
+    std::string reason = file ? "" : std::strerror(errno);
     std::error_code ignored;
-    fs::remove(made, ignored);
-    return "";
+    fs::remove_all(made, ignored);
+    return reason;
 }
 
 bool leadsTo(const std::string& location, const fs::path& folder) {

@@ -68,7 +68,7 @@ std::string packageOf(const fs::path& file) {
 std::vector<License> licensesOf(const fs::path& file) {
     std::vector<License> licenses;
     const auto add = [&licenses](const std::string& name, const fs::path& path) {
-        if (auto text = readFile(path)) licenses.push_back({name + ".txt", std::move(*text)});
+        if (auto text = readFile(path)) licenses.push_back({name + ".txt", std::move(*text), path});
     };
     const fs::path brought = file.parent_path() / "../../share/doc/tessaro-fmu/licences";
     if (const std::string package = packageOf(file); !package.empty())
@@ -84,12 +84,13 @@ std::vector<License> licensesOf(const fs::path& file) {
 Bundle bundleLibraries(const fs::path& library, const std::string& fileName, Report& report) {
     const TemporaryFolder folder;
     const fs::path copy = folder.path() / "library";
-    Bundle bundle{{{fileName, lookingBesideItself(library, copy), true}}, {}};
+    Bundle bundle{{{fileName, lookingBesideItself(library, copy), true}}, {}, {}};
     for (const Dependency& dependency : findDependencies(library)) {
         if (std::ranges::find(systemLibraries, dependency.name) != systemLibraries.end()) continue;
         if (dependency.path.empty())
             fail("{} needs {}, which is not installed here.", library.string(), dependency.name);
         bundle.libraries.push_back({dependency.name, lookingBesideItself(dependency.path, copy), true});
+        bundle.files.push_back(dependency.path);
         const std::vector<License> licenses = licensesOf(dependency.path);
         if (licenses.empty())
             report.add("license-missing", {}, "No licence of {} was found.", inQuotes(dependency.path.string()));

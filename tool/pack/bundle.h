@@ -14,11 +14,13 @@ namespace tool {
 struct License {
     std::string name; ///< of the file: the package's, with .txt
     std::string text;
+    std::filesystem::path file; ///< where it was read
 };
 
 struct Bundle {
-    std::vector<ArchiveEntry> libraries; ///< the FMU's own first
-    std::vector<License> licenses;       ///< of the others, one a package
+    std::vector<ArchiveEntry> libraries;      ///< the FMU's own first
+    std::vector<License> licenses;            ///< of the others, one a package
+    std::vector<std::filesystem::path> files; ///< where the other libraries were read
 };
 
 /// The FMU's library, under the name that it has in the archive, and all that it needs but the C library and the C++

@@ -164,6 +164,12 @@ private:
         entries_.push_back({std::move(name), std::move(content), isExecutable});
     }
 
+    /// Libraries of one package share a licence.
+    void addInput(const fs::path& file) {
+        const fs::path full = fs::absolute(file);
+        if (std::ranges::find(result_.inputs, full) == result_.inputs.end()) result_.inputs.push_back(full);
+    }
+
     void addLibraries() {
         systemLibraries_ = inspectLibrary(options_.library).needed;
         result_.inputs.push_back(fs::absolute(options_.library));
@@ -173,6 +179,8 @@ private:
             bundle = bundleLibraries(options_.library, name, report_);
         else
             bundle.libraries.push_back({name, readUserFile(options_.library), true});
+        for (const fs::path& file : bundle.files) addInput(file);
+        for (const License& license : bundle.licenses) addInput(license.file);
         licenses_ = std::move(bundle.licenses);
         for (ArchiveEntry& library : bundle.libraries) {
             std::erase(systemLibraries_, library.name);
