@@ -1,7 +1,6 @@
 // tessaro-fmu: makes FMUs from a description, shows and checks them, and finds out why one does not start.
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -66,18 +65,6 @@ void flush(std::FILE* stream) {
 struct Misuse : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
-
-/// How many letters have to be replaced, added or removed, or be swapped with the next, to get from one to the other.
-/// For short words: all ways are tried.
-std::size_t editDistance(std::string_view from, std::string_view to) {
-    if (from.empty() || to.empty()) return from.size() + to.size();
-    if (from.front() == to.front()) return editDistance(from.substr(1), to.substr(1));
-    std::size_t least = std::min({editDistance(from.substr(1), to), editDistance(from, to.substr(1)),
-                                  editDistance(from.substr(1), to.substr(1))});
-    if (from.size() > 1 && to.size() > 1 && from[0] == to[1] && from[1] == to[0])
-        least = std::min(least, editDistance(from.substr(2), to.substr(2)));
-    return least + 1;
-}
 
 std::string isPositive(const std::string& text) {
     const std::optional<double> value = realOf(text);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -104,6 +105,22 @@ std::string readable(std::string_view text) {
 std::string inQuotes(std::string_view text) {
     const std::string_view kept = cut(text, longestQuote);
     return fmt::format("\"{}{}\"", printable(kept), kept.size() < text.size() ? "..." : "");
+}
+
+std::size_t editDistance(std::string_view from, std::string_view to) {
+    // The distances of the beginnings, by their lengths.
+    std::vector distances(from.size() + 1, std::vector<std::size_t>(to.size() + 1));
+    for (std::size_t i = 0; i <= from.size(); ++i) {
+        for (std::size_t j = 0; j <= to.size(); ++j) {
+            std::size_t& least = distances[i][j] = i + j;
+            if (i == 0 || j == 0) continue;
+            least = std::min({distances[i - 1][j - 1] + (from[i - 1] == to[j - 1] ? 0 : 1), distances[i - 1][j] + 1,
+                              distances[i][j - 1] + 1});
+            if (i > 1 && j > 1 && from[i - 2] == to[j - 1] && from[i - 1] == to[j - 2])
+                least = std::min(least, distances[i - 2][j - 2] + 1);
+        }
+    }
+    return distances[from.size()][to.size()];
 }
 
 } // namespace tool

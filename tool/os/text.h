@@ -1,4 +1,4 @@
-// Text of foreign origin as it can be shown on a terminal.
+// Text of foreign origin as it can be shown on a terminal, and how near two words are.
 #pragma once
 
 #include <string>
@@ -18,5 +18,8 @@ std::string readable(std::string_view text);
 
 /// The text in double quotes, printable, and cut when it is long.
 std::string inQuotes(std::string_view text);
+
+/// How many letters have to be replaced, added, removed, or swapped with the next, to get from one word to the other.
+std::size_t editDistance(std::string_view from, std::string_view to);
 
 } // namespace tool

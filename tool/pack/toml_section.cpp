@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 #include <utility>
 
 #include <fmt/ranges.h>
@@ -10,25 +9,6 @@
 #include "tool/os/text.h"
 
 namespace tool {
-
-namespace {
-
-/// How many letters have to be replaced, added or removed to get from one word to the other.
-std::size_t editDistance(std::string_view from, std::string_view to) {
-    std::vector<std::size_t> row(to.size() + 1); // the distances of the beginnings of `to`
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < to.size(); ++j) {
-            const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
-        }
-    }
-    return row.back();
-}
-
-} // namespace
 
 const toml::node* Section::find(std::string_view key) {
     if (std::ranges::find(known_, key) == known_.end()) known_.emplace_back(key);
