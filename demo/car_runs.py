@@ -39,7 +39,8 @@ def run_one(parameters: Parameters, car_name: str) -> Results:
     try:
         signals = car.run({name: parameters[name] for name in DESIGN}, heights)
     except Exception as failure:  # FMPy raises nothing narrower, and its own exceptions can't be sent
-        raise RuntimeError(f"{str(failure) or repr(failure)} on {platform.node()}; `tessaro-fmu doctor` there says why") from None
+        reason = str(failure) or repr(failure)
+        raise RuntimeError(f"{reason} on {platform.node()}; `tessaro-fmu doctor` there says why") from None
     return results(parameters, signals, heights)
 
 
