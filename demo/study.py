@@ -15,7 +15,7 @@ from typing import Any, TypeVar
 
 from dask.distributed import Client, Future, LocalCluster, as_completed
 from distributed.client import ClosedClientError
-from distributed.comm import CommClosedError
+from distributed.comm.core import CommClosedError
 from rich.console import Console
 from rich.progress import BarColumn, MofNCompleteColumn, Progress, TextColumn, TimeElapsedColumn
 
@@ -94,7 +94,7 @@ def planned(options: argparse.Namespace) -> list[Parameters]:
 
 def origin(archive: bytes, *solver: Path) -> str:
     """What results depend on beside the parameters: the FMU, the solver, and the code that computes them from a run."""
-    content = archive + b"".join(Path(file).read_bytes() for file in (*solver, *SENT))
+    content = archive + b"".join(file.read_bytes() for file in (*solver, *map(Path, SENT)))
     return hashlib.sha256(content).hexdigest()[:16]
 
 
@@ -169,7 +169,8 @@ def make_runs(client: Client, car: Car, plan: list[Parameters], table: Table) ->
 
 def most_held(client: Client) -> int:
     """For the workers of this moment: some may have joined or gone."""
-    return RUNS_PER_THREAD * max(1, sum(client.nthreads().values()))
+    threads: dict[str, int] = client.nthreads()
+    return RUNS_PER_THREAD * max(1, sum(threads.values()))
 
 
 def progress(runs: Iterable[Run], number: int) -> Iterator[Run]:

@@ -158,7 +158,8 @@ class Refusals(unittest.TestCase):
         wrong = [("--scheduler", address) for address in ("nonsense", "foo://x:1", "tcp://x:abc")]
         for options in (*wrong, ("--out", str(file))):
             with self.subTest(options=options):
-                command = [sys.executable, ROOT / "demo" / "study.py", file, file, file, "--out", folder, *options]
+                study = str(ROOT / "demo" / "study.py")
+                command = [sys.executable, study, *[str(file)] * 3, "--out", str(folder), *options]
                 result = subprocess.run(command, capture_output=True, text=True)
                 self.assertEqual(result.returncode, 1)
                 self.assertRegex(result.stderr, r"\Astudy: .*\n\Z")
@@ -189,7 +190,8 @@ class Clusters(unittest.TestCase):
         self.client = self.enterContext(Client(self.enterContext(cluster)))
 
     def made_by(self, car: Car) -> Future[Any]:
-        return self.client.submit(run_one, self.PARAMETERS, car.name, pure=False)
+        future: Future[Any] = self.client.submit(run_one, self.PARAMETERS, car.name, pure=False)
+        return future
 
     def test_two_studies_at_once_have_their_own_fmus(self) -> None:
         cars = StandingCar(0.25), StandingCar(0.5)
