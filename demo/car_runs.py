@@ -10,6 +10,7 @@ import platform
 import shutil
 import tempfile
 import threading
+import uuid
 from collections.abc import Iterator, Mapping
 from contextlib import contextmanager
 from typing import cast
@@ -31,14 +32,15 @@ STATIC_LOAD = (400.0 + 40.0) * 9.81
 """The weight of body and wheel in N."""
 
 
-def run_one(parameters: Parameters) -> Results:
-    """A run on a Dask worker that has the plugin `Car`."""
-    car = cast(Car, get_worker().plugins[Car.name])
+def run_one(parameters: Parameters, car_name: str) -> Results:
+    """A run on a Dask worker that has the plugin `Car` of this name."""
+    car = cast(Car, get_worker().plugins[car_name])
     heights = bump(TIMES, parameters["speed"])
     try:
         signals = car.run({name: parameters[name] for name in DESIGN}, heights)
     except Exception as failure:  # FMPy raises nothing narrower, and its own exceptions can't be sent
-        raise RuntimeError(f"{failure} on {platform.node()}; `tessaro-fmu doctor` there says why") from None
+        reason = str(failure) or repr(failure)
+        raise RuntimeError(f"{reason} on {platform.node()}; `tessaro-fmu doctor` there says why") from None
     return results(parameters, signals, heights)
 
 
@@ -46,12 +48,14 @@ def results(parameters: Parameters, signals: Mapping[str, Array], heights: Array
     """What is kept of a run, from the recorded signals at the end of each step."""
     changes = parameters["k_w"] * (heights[:-1] - signals["z_w"])
     recorded = np.stack([signals[name] for name in RECORDED])
-    return {
+    numbers = {
         "comfort": effective(signals["der(z_c,2)"]),
         "load_change": effective(changes) / STATIC_LOAD,
         "least_load": 1.0 + float(np.min(changes)) / STATIC_LOAD,
-        "digest": hashlib.sha256(recorded.tobytes()).hexdigest()[:16],
     }
+    if not np.all(np.isfinite(list(numbers.values()))):
+        raise ArithmeticError(f"results that are not finite: {numbers}")
+    return {**numbers, "digest": hashlib.sha256(recorded.tobytes()).hexdigest()[:16]}
 
 
 def effective(signal: Array) -> float:
@@ -61,10 +65,10 @@ def effective(signal: Array) -> float:
 class Car(WorkerPlugin):
     """The FMU on a worker: unpacked once, with instances that are reused, each by one run at a time."""
 
-    name = "quarter car"
-
     def __init__(self, archive: bytes) -> None:
         self._archive = archive
+        self.name = f"quarter car {uuid.uuid4()}"
+        """One for each study: Dask replaces a plugin by the next one of the same name."""
 
     def setup(self, worker: Worker) -> None:
         """Called on every worker, also on one that joins later. The folder is on the worker's local disk."""
@@ -80,10 +84,13 @@ class Car(WorkerPlugin):
         self._references = {variable.name: variable.valueReference for variable in self._description.modelVariables}
         self._loading = threading.Lock()
         self._idle: list[FMU2Slave] = []
+        self._removed = False
 
     def remove(self) -> None:
+        """Also while a run of an interrupted study goes on: it frees its instance itself."""
+        self._removed = True
         self.release()
-        shutil.rmtree(self._folder)
+        shutil.rmtree(self._folder, ignore_errors=True)
 
     def release(self) -> None:
         """Frees the instances that no run has; the next run gets a new one."""
@@ -120,6 +127,8 @@ class Car(WorkerPlugin):
             fmu.freeInstance()
             raise
         self._idle.append(fmu)
+        if self._removed:
+            self.release()
 
     def _taken(self) -> FMU2Slave | None:
         try:

@@ -17,6 +17,7 @@ p { margin: 0.3rem 0 }
 table { border-collapse: collapse }
 th, td { padding: 0.2rem 0.9rem 0.2rem 0; border-bottom: 1px solid #ddd; text-align: left; vertical-align: top }
 td.number { text-align: right; font-variant-numeric: tabular-nums }
+@media (max-width: 40rem) { th, td { padding-right: 0.5rem; font-size: 0.8rem } }
 code { overflow-wrap: anywhere }
 """
 CONFIGURATION = {"displayModeBar": False, "responsive": True}

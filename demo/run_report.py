@@ -20,6 +20,7 @@ FORMS = (("Values", "{}", ""), ("First derivatives", "der({})", "/s"), ("Second 
 def add_run(page: Page, session: Session, comparison: Comparison, panels: Sequence[Panel], scene: go.Figure) -> None:
     """The motion, all signals over time, and the parameters."""
     page.add_text("Broad lines are the FMU's signals, thin black lines the exact solution in their place.")
+    page.add_text("The dashed red line among the errors is the largest allowed one.")
     page.add_figure("In motion", scene, "min(36rem, 120vw)")
     for heading, form, suffix in FORMS:
         figure = over_time(panels, form, suffix, session.master.input, comparison)

@@ -40,7 +40,8 @@ COLOURS = {
     "epsilon": "#7a6a58",
 }
 GREEK = {"beta": "β", "theta": "θ", "gamma": "γ", "phi": "φ", "delta": "δ", "omega": "ω", "epsilon": "ε"}
-POSITIONS = {"F_x": "#1f5fa8", "F_y": "#7fa8d8", "P_x": "#c23b52", "P_y": "#e39aa6"}
+POSITIONS = {"F_x": "#b8a000", "F_y": "#9ccf3d", "P_x": "#e05fb0", "P_y": "#58b4f0"}
+"""Other colours than the angles': the errors of all are in one panel."""
 PANELS = (
     ("rad", {name: COLOURS[name] for name in ANGLES[:2]}),
     ("rad", {name: COLOURS[name] for name in ANGLES[2:]}),
@@ -203,7 +204,7 @@ def moving_links(record: Recording) -> go.Figure:
 
     figure = moving(scene, record.times, 7.0)
     figure.update_xaxes(range=[-85, 30], title_text="x in mm")
-    figure.update_yaxes(range=[-30, 80], title_text="y in mm")
+    figure.update_yaxes(range=[-30, 85], title_text="y in mm")
     return figure
 
 

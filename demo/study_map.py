@@ -27,7 +27,10 @@ def stays(row: Row) -> bool:
 
 
 def front(rows: Iterable[Row]) -> list[Row]:
-    """The Pareto front of the runs in which the wheel stays on the road: none is better than these in both respects."""
+    """The Pareto front of the runs in which the wheel stays on the road.
+
+    Of runs with equal results it has one.
+    """
     best: list[Row] = []
     for row in sorted(filter(stays, rows), key=lambda row: (row["comfort"], row["load_change"])):
         if not best or row["load_change"] < best[-1]["load_change"]:

@@ -5,7 +5,9 @@ from itertools import filterfalse
 from pathlib import Path
 from typing import Any
 
+import fmpy
 import plotly.graph_objects as go
+from fmpy.model_description import ModelVariable
 
 import study_map
 from figures import look
@@ -25,16 +27,27 @@ HOVER = (
 def write(file: Path, rows: list[Row], command: Sequence[str], archive: Path) -> None:
     page = Page(study_map.TITLE)
     page.add_text(
-        f"{len(rows)} runs. The lower, the better, in both directions. The lines are the Pareto fronts: what is "
-        "not on them is outdone in both respects by something that is. Rings: the wheel would leave the road."
+        f"{len(rows)} runs. The lower, the better, in both directions. The lines are the Pareto fronts, one at each "
+        "speed: a dot beside the line of its speed is outdone by one on it, which is better in one respect and not "
+        "worse in the other. Rings are in no front: the wheel would leave the road."
     )
     page.add_figure("Map", chart(rows), "min(40rem, 160vw)")
-    columns = ("speed in m/s", "k_c", "d_c", "k_w", "body in m/s²", "wheel load in %")
-    page.add_table("Pareto fronts", columns, best(rows))
-    ranges = [(name, *RANGES[name], unit) for name, unit in zip(RANGES, ("N/m", "N s/m", "N/m"), strict=True)]
-    page.add_table("Parameters", ("name", "from", "to", "unit"), [*ranges, ("speed", SPEEDS[0], SPEEDS[-1], "m/s")])
+    known = {variable.name: variable for variable in fmpy.read_model_description(str(archive)).modelVariables}
+    designs = (f"{name} in {known[name].unit}" for name in RANGES)
+    page.add_table("Pareto fronts", ("speed in m/s", *designs, "body in m/s²", "wheel load in %"), best(rows))
+    parameters = [variable for variable in known.values() if variable.causality == "parameter"]
+    values = [(variable.name, range_of(variable), variable.unit, variable.description) for variable in parameters]
+    speeds = ("speed", ", ".join(f"{speed:g}" for speed in SPEEDS), "m/s", "speed over the bump")
+    page.add_table("Parameters", ("name", "values", "unit", "meaning"), [*values, speeds])
     add_origin(page, command, archive, "dask", "distributed")
     page.write(file)
+
+
+def range_of(parameter: ModelVariable) -> str:
+    if parameter.name not in RANGES:
+        return f"{float(parameter.start):g}"
+    lowest, highest = RANGES[parameter.name]
+    return f"{lowest:g} to {highest:g}"
 
 
 def chart(rows: list[Row]) -> go.Figure:

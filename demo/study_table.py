@@ -1,6 +1,8 @@
 """The results of a study on disk: a journal to which each run is added as it ends, and the table at the end."""
 
 import csv
+import fcntl
+import math
 from collections.abc import Iterable, Mapping
 from pathlib import Path
 from types import TracebackType
@@ -18,20 +20,27 @@ Row = dict[str, Any]
 
 
 class Table:
-    """The journal. It only grows: rows of another origin stay in it and are not used.
+    """The journal, of one process at a time. It only grows: rows of another origin stay in it and are not used.
 
-    A line without its end is what an interrupted process has left; it is removed.
+    A line without its end is what an interrupted process has left; it is removed. Damaged lines stay and are not used.
     """
 
     def __init__(self, file: Path, origin: str) -> None:
         self._file, self._origin = file, origin
         self._results: dict[tuple[float, ...], Row] = {}
         self._failures: dict[tuple[float, ...], str] = {}
+        self.damaged = 0
+        """How many lines are."""
 
     def __enter__(self) -> Self:
-        if not self._file.exists():
-            self._file.write_text(",".join(JOURNAL) + "\n", encoding="utf-8")
-        self._stream = self._file.open("r+", newline="", encoding="utf-8")
+        try:
+            self._stream = self._file.open("a", newline="", encoding="utf-8")
+            fcntl.flock(self._stream, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            self._stream.close()
+            raise SystemExit(f"study: another study writes {self._file}: wait for it, or choose another --out") from None
+        except OSError as failure:
+            raise SystemExit(f"study: no journal can be written: {failure}") from None
         self._read()
         self._writer = csv.writer(self._stream, lineterminator="\n")
         return self
@@ -40,17 +49,20 @@ class Table:
         self._stream.close()
 
     def _read(self) -> None:
-        content = self._stream.read()
-        whole = content[: content.rfind("\n") + 1]
-        header, *lines = csv.reader(whole.splitlines()) if whole else [[]]
-        if tuple(header) != JOURNAL:
+        content = self._file.read_bytes()
+        if not content:
+            self._stream.write(",".join(JOURNAL) + "\n")
+            return
+        header, *lines = content.decode(errors="replace").split("\n")
+        if tuple(header.split(",")) != JOURNAL or not lines:
             self._stream.close()
             raise SystemExit(f"study: {self._file} is not a journal of this study: move it away, or choose another --out")
-        self._stream.seek(0)
-        self._stream.truncate(len(whole.encode()))
-        self._stream.seek(0, 2)
-        for line in lines:
-            self._take(dict(zip(JOURNAL, line, strict=True)))
+        self._stream.truncate(content.rfind(b"\n") + 1)
+        for line in lines[:-1]:
+            try:
+                self._take(dict(zip(JOURNAL, *csv.reader([line]), strict=True)))
+            except (ValueError, TypeError, csv.Error):
+                self.damaged += 1
 
     def _take(self, line: Mapping[str, str]) -> None:
         if line["origin"] != self._origin:
@@ -60,6 +72,8 @@ class Table:
             self._failures[key] = line["failure"]
             return
         numbers = {name: float(line[name]) for name in COLUMNS if name != "digest"}
+        if not all(map(math.isfinite, numbers.values())):
+            raise ValueError
         self._results[key] = numbers | {"digest": line["digest"]}
 
     def add(self, parameters: Parameters, results: Row, failure: str = "") -> None:

@@ -12,7 +12,7 @@ import numpy as np
 
 import quarter_car
 from car_runs import DESIGN, RECORDED, TIMES, Parameters, results
-from master import Master
+from master import FmuError, Master
 from road import Array, bump
 from study_table import RESULTS, Row
 
@@ -31,9 +31,12 @@ def fault(archive: Path, row: Row) -> str:
     """Makes the run anew, from the archive in a folder of its own, with an instance of its own."""
     parameters = {name: row[name] for name in (*DESIGN, "speed")}
     heights = bump(TIMES, parameters["speed"])
-    record = _master(archive).run({name: parameters[name] for name in DESIGN}, TIMES, heights)
-    signals = {name: record.signals[name][1:] for name in RECORDED}
-    single = results(parameters, signals, heights)
+    try:
+        record = _master(archive).run({name: parameters[name] for name in DESIGN}, TIMES, heights)
+        signals = {name: record.signals[name][1:] for name in RECORDED}
+        single = results(parameters, signals, heights)
+    except (FmuError, ArithmeticError) as failure:
+        return f"{parameters}: a single run fails: {failure}"
     if different := [name for name in RESULTS if single[name] != row[name]]:
         return f"{parameters}: a single run has another {', '.join(different)}"
     away = _distance(_master(archive), parameters, signals, heights)

@@ -2,6 +2,7 @@
 
 import csv
 import json
+import math
 import os
 import signal
 import subprocess
@@ -10,18 +11,21 @@ import tempfile
 import time
 import unittest
 from collections.abc import Callable
-from contextlib import chdir, suppress
+from contextlib import ExitStack, chdir, suppress
 from pathlib import Path
-from typing import ClassVar
+from typing import Any, ClassVar
 from unittest import mock
 
+import numpy as np
 import psutil
+from dask.distributed import Client, Future, LocalCluster, Worker
 from demo_fmus import INSTALLATION, ROOT, pack
 
 import study_costs
 import study_map
 import study_plan
-from car_runs import Car
+from car_runs import RECORDED, Car, Parameters, run_one
+from road import Array
 from study_table import Row, Table
 
 RUNS = 12
@@ -119,6 +123,7 @@ class Studies(unittest.TestCase):
         """Its worker does not know the demo's code, and makes two runs at a time on threads."""
         address = self.start_cluster(KORVAN_FMU_ROOT=str(INSTALLATION))
         self.assert_complete(Study(self.folder, "--scheduler", address, "--verify"))
+        self.assertEqual([*self.folder.rglob("QuarterCar-*")], [], "what the worker has unpacked")
 
     def test_runs_that_fail_are_reported(self) -> None:
         """The environment of the cluster's worker names no solver."""
@@ -133,7 +138,8 @@ class Studies(unittest.TestCase):
         file = self.folder / "scheduler.json"
         self.start("scheduler", "--host", "127.0.0.1", "--port", "0", "--scheduler-file", str(file), **variables)
         wait_until(lambda: file.exists() and file.read_text().endswith("}"))
-        self.start("worker", "--nthreads", "2", "--nworkers", "1", "--scheduler-file", str(file), **variables)
+        size = ("--nthreads", "2", "--nworkers", "1", "--local-directory", str(self.folder))
+        self.start("worker", *size, "--scheduler-file", str(file), **variables)
         return str(json.loads(file.read_text())["address"])
 
     def start(self, *command: str, **variables: str) -> None:
@@ -142,6 +148,62 @@ class Studies(unittest.TestCase):
         process = subprocess.Popen([dask, *command], cwd=self.folder, env=environment, stderr=subprocess.DEVNULL)
         self.addCleanup(process.wait)
         self.addCleanup(process.terminate)
+
+
+class Refusals(unittest.TestCase):
+    def test_wrong_options_get_one_line(self) -> None:
+        folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        file = folder / "file"
+        file.touch()
+        wrong = [("--scheduler", address) for address in ("nonsense", "foo://x:1", "tcp://x:abc")]
+        for options in (*wrong, ("--out", str(file))):
+            with self.subTest(options=options):
+                study = str(ROOT / "demo" / "study.py")
+                command = [sys.executable, study, *[str(file)] * 3, "--out", str(folder), *options]
+                result = subprocess.run(command, capture_output=True, text=True)
+                self.assertEqual(result.returncode, 1)
+                self.assertRegex(result.stderr, r"\Astudy: .*\n\Z")
+
+
+class StandingCar(Car):
+    """Its wheel is at the same height all the time."""
+
+    def __init__(self, height: float) -> None:
+        super().__init__(b"")
+        self._height = height
+
+    def setup(self, worker: Worker) -> None:
+        """There is nothing to unpack."""
+
+    def teardown(self, worker: Worker) -> None:
+        """Nor to remove."""
+
+    def run(self, _parameters: Parameters, heights: Array) -> dict[str, Array]:
+        return dict.fromkeys(RECORDED, np.full(len(heights) - 1, self._height))
+
+
+class Clusters(unittest.TestCase):
+    PARAMETERS: ClassVar[Parameters] = {"k_c": 15000.0, "d_c": 1000.0, "k_w": 150000.0, "speed": 8.0}
+
+    def setUp(self) -> None:
+        cluster = LocalCluster(n_workers=1, threads_per_worker=1, processes=False, dashboard_address=None)
+        self.client = self.enterContext(Client(self.enterContext(cluster)))
+
+    def made_by(self, car: Car) -> Future[Any]:
+        future: Future[Any] = self.client.submit(run_one, self.PARAMETERS, car.name, pure=False)
+        return future
+
+    def test_two_studies_at_once_have_their_own_fmus(self) -> None:
+        cars = StandingCar(0.25), StandingCar(0.5)
+        for car in cars:
+            self.client.register_plugin(car)
+        self.assertEqual([self.made_by(car).result()["comfort"] for car in cars], [0.25, 0.5])
+
+    def test_results_that_are_not_finite_are_a_failure(self) -> None:
+        for height in (math.nan, math.inf):
+            car = StandingCar(height)
+            self.client.register_plugin(car)
+            self.assertRegex(str(self.made_by(car).exception()), "not finite.*'comfort'")
 
 
 class Costs(unittest.TestCase):
@@ -162,9 +224,32 @@ class Journals(unittest.TestCase):
 
     def setUp(self) -> None:
         self.file = Path(self.enterContext(tempfile.TemporaryDirectory())) / "journal.csv"
+        self.opened = self.enterContext(ExitStack())
 
     def table(self, origin: str = "fmu 1") -> Table:
-        return self.enterContext(Table(self.file, origin))
+        """The journal, opened anew."""
+        self.opened.close()
+        return self.opened.enter_context(Table(self.file, origin))
+
+    def test_two_studies_do_not_write_at_once(self) -> None:
+        self.table().add(self.RUN, self.RESULTS)
+        whole = self.file.read_bytes()
+        with self.assertRaisesRegex(SystemExit, "another study writes .*journal.csv"), Table(self.file, "fmu 2"):
+            pass
+        self.assertEqual(self.file.read_bytes(), whole)
+
+    def test_a_damaged_line_is_not_used(self) -> None:
+        self.table().add(self.RUN, self.RESULTS)
+        whole = self.file.read_bytes()
+        header, line = whole.splitlines(keepends=True)
+        for damaged in (b"\n", b"\0\xff\n", b'"\n', line[:9] + line, line.replace(b"8.0", b"8.x"), b"a" * 200000 + b"\n",
+                        line.replace(b"0.5", b"nan")):  # fmt: skip
+            with self.subTest(damaged[:20]):
+                self.file.write_bytes(header + damaged)
+                self.assertEqual((self.table().result(self.RUN), self.table().damaged), (None, 1))
+                self.table().add(self.RUN, self.RESULTS)
+                self.assertEqual(self.table().result(self.RUN), self.RUN | self.RESULTS)
+                self.assertEqual(self.file.read_bytes(), header + damaged + line)
 
     def test_a_result_is_read_as_it_was_written(self) -> None:
         self.table().add(self.RUN, self.RESULTS)
@@ -198,7 +283,7 @@ class Journals(unittest.TestCase):
     def test_a_file_that_is_no_journal_is_left_alone(self) -> None:
         for content in ("k_c,comfort\n1,2\n", "something else"):
             self.file.write_text(content)
-            with self.assertRaisesRegex(SystemExit, "no journal"):
+            with self.assertRaisesRegex(SystemExit, "not a journal"):
                 self.table()
             self.assertEqual(self.file.read_text(), content)
 
