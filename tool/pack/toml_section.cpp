@@ -106,7 +106,7 @@ void Section::refuseOtherKeys() {
     for (const std::string& key : missing_) report_.add("key-missing", place_, "{} needs the key {}.", title_, key);
 }
 
-/// The nearest key that the table lacks, or nothing.
+/// The nearest key that is missing in the table, or nothing.
 std::string Section::meantBy(std::string_view misspelt) const {
     std::size_t farthest = 2;
     std::string nearest;
