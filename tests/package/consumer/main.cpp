@@ -83,5 +83,5 @@ int main(int /*count*/, char** arguments) {
     checkUtilities();
     checkResources(resources);
     for (const double mass : {2.0, 3.0}) // the second run isn't to find the first one's model file
-        checkMotion("file://" + resources, mass);
+        checkMotion(resources, mass);    // a path, since a URI cannot have spaces
 }
