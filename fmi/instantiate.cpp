@@ -31,7 +31,7 @@ bool keepResourceLocation(const char* location) {
     return true;
 }
 
-bool isEmpty(const char* text) { return text == nullptr || *text == '\0'; }
+bool isMissing(const char* text) { return text == nullptr || *text == '\0'; }
 
 /// False, with a message whatever the logging flag, when an argument is invalid.
 bool checkArguments(const fmi2CallbackFunctions& functions, const char* instanceName, const char* guid,
@@ -39,10 +39,10 @@ bool checkArguments(const fmi2CallbackFunctions& functions, const char* instance
     const char* failure = nullptr;
     if (functions.allocateMemory == nullptr || functions.freeMemory == nullptr)
         failure = "fmi2Instantiate: Missing callback function.";
-    else if (isEmpty(instanceName)) {
+    else if (isMissing(instanceName)) {
         failure = "fmi2Instantiate: Missing instance name.";
         instanceName = "?";
-    } else if (isEmpty(guid))
+    } else if (isMissing(guid))
         failure = "fmi2Instantiate: Missing GUID.";
     else if (resourceLocation == nullptr)
         failure = "fmi2Instantiate: Missing resource location.";

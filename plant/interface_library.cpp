@@ -27,7 +27,7 @@ enum MessageLevel : int { information, warning, error, fatal };
 constexpr fmi2Status statusOfLevel[] = {fmi2OK, fmi2Warning, fmi2Error, fmi2Fatal};
 
 /// The value of NUSOL_DLL_DIR; null when it is not set.
-std::unique_ptr<char[]> solverDirectory() {
+std::unique_ptr<char[]> directoryOfSolver() {
     const ProcessLock lock;
     return std::unique_ptr<char[]>(NuGetEnv(installation::solverVariable));
 }
@@ -63,7 +63,7 @@ bool isTruncated(const std::string& path) {
 bool TScicosAccessFnc2::LoadInterfaceDll(void* handle) {
     void* library = nullptr;
     try {
-        const std::unique_ptr<char[]> directory = solverDirectory();
+        const std::unique_ptr<char[]> directory = directoryOfSolver();
         if (!directory) {
             MessageHandler(handle, "\nError: Environment var NUSOL_DLL_DIR undefined\n", error);
             return false;

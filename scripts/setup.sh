@@ -78,7 +78,7 @@ make_environment() {
     say "making the virtual environment build/$1"
     rm -rf "$folder"
     /usr/bin/python3 -m venv "$folder" &&
-        "$folder/bin/python" -m pip install --quiet --no-input --disable-pip-version-check \
+        "$folder/bin/python" -m pip install --quiet --no-input --no-compile --disable-pip-version-check \
             --requirement "$requirements" "${@:3}" &&
         echo "$origin" >"$stamp"
 }

@@ -179,7 +179,7 @@ TEST(Check, TheLoadersListIsReadAndADamagedOneDoesNoHarm) {
     const auto paths = parseLoaderCache(good);
     ASSERT_TRUE(paths.contains("libc.so.6"));
     EXPECT_TRUE(fs::equivalent(paths.at("libc.so.6"), "/lib/x86_64-linux-gnu/libc.so.6"));
-    for (std::size_t at = 0; at < std::min<std::size_t>(good.size(), 2000); ++at) {
+    for (std::size_t at = 0; at < std::min<std::size_t>(good.size(), 400); ++at) {
         std::string bad = good;
         bad[at] = '\xFF';
         EXPECT_LE(parseLoaderCache(bad).size(), paths.size() + 1);
@@ -235,7 +235,7 @@ TEST(Check, StructuredNamesFollowTheGrammarOfTheStandard) {
 TEST(Check, ManyFindingsOfAKindAreCounted) {
     const GoodFmu fmu;
     std::string variables;
-    for (int i = 0; i < 100'000; ++i)
+    for (int i = 0; i < 20'000; ++i)
         variables += "<ScalarVariable name='v" + std::to_string(i) + "' valueReference='" + std::to_string(i + 16) +
                      "' causality='parameter' variability='fixed'><Real start='1'/></ScalarVariable>\n";
     for (const std::string folder : {"", "resources"})
@@ -246,7 +246,7 @@ TEST(Check, ManyFindingsOfAKindAreCounted) {
     const std::multiset<std::string> expected{"reference-range:51", "reference-range:52", "reference-range:53",
                                               "reference-range:54", "reference-range:55", "reference-range:56"};
     EXPECT_EQ(shown(findings, description), expected);
-    EXPECT_NE(findings.back().what.find(" 99995 more"), std::string::npos) << findings.back().what;
+    EXPECT_NE(findings.back().what.find(" 19995 more"), std::string::npos) << findings.back().what;
 }
 
 TEST(Check, NoInputEndsTheProgram) {

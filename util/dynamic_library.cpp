@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr const char* rule = "----------------------------------------------";
-static_assert(std::string_view(rule).size() == 46);
+constexpr const char* dashes = "----------------------------------------------";
+static_assert(std::string_view(dashes).size() == 46);
 
 const char* shown(const char* text) { return text != nullptr ? text : "(null)"; }
 
@@ -24,7 +24,7 @@ void* reported(void* result, const char* name) {
 
 void printLoadingFailure(const char* name, const char* reason) {
     // One call prints the whole block: another thread's output does not get between its lines.
-    std::printf("%s\nDynamic Library loading error: %s\n    %s\n%s\n", rule, shown(name), shown(reason), rule);
+    std::printf("%s\nDynamic Library loading error: %s\n    %s\n%s\n", dashes, shown(name), shown(reason), dashes);
     std::fflush(stdout);
 }
 

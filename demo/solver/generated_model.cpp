@@ -14,8 +14,6 @@ constexpr const char* mark =
     " Made by fmu_batch for a single run: the solver removes this file after reading it, unless "
     "this comment is deleted. ";
 
-const xmlChar* xml(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
-
 bool isMarked(const XmlDocument& model) {
     for (const xmlNode* node = model.root()->doc->children; node != model.root(); node = node->next)
         if (node->type == XML_COMMENT_NODE && xmlStrEqual(node->content, xml(mark)) != 0) return true;

@@ -15,7 +15,6 @@ namespace solver {
 
 namespace {
 
-const xmlChar* xml(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
 std::string plain(const xmlChar* text) { return text != nullptr ? reinterpret_cast<const char*>(text) : ""; }
 
 /// The parser's own message without its line feed.

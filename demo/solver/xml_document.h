@@ -28,6 +28,9 @@ std::optional<double> parseNumber(std::string_view text);
 /// The content of a whole file. Throws a FileError with the system's reason if it can't be read.
 std::string readFile(const std::string& path);
 
+/// A string as libxml2 takes it.
+inline const xmlChar* xml(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
+
 /// The value of an attribute; empty if there is none.
 std::string attributeText(xmlNode* element, const char* attribute);
 

@@ -107,7 +107,7 @@ void checkSymbols(const SharedObject& library, const std::vector<Dependency>& de
     for (const Dependency& dependency : dependencies)
         loaded.emplace(dependency.name, readSharedObject(dependency.path));
 
-    std::set<std::string> exports;
+    std::unordered_set<std::string> exports;
     for (auto& [name, object] : loaded) {
         if (name != place.file) checkGlibc(object, inQuotes(name), place, report);
         if (!object.hasSections)

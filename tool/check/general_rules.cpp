@@ -23,7 +23,8 @@ constexpr Capability promises[] = {
     {"canBeInstantiatedOnlyOncePerProcess", true},
 };
 
-constexpr std::string_view categories[] = {"logAll", "logError", "logFmiCall", "logEvent", "error", "warning", "log"};
+constexpr std::string_view libraryCategories[] = {"logAll", "logError", "logFmiCall", "logEvent",
+                                                  "error",  "warning",  "log"};
 
 int lineOf(const XmlElement& element, std::string_view attribute) {
     const XmlAttribute* found = element.find(attribute);
@@ -69,14 +70,14 @@ void checkCategories(const ModelDescription& description, Report& report) {
         const Place place{descriptionFile, name->line};
         if (!listed.insert(name->value).second)
             report.add("log-category-duplicate", place, "Duplicate log category {}.", inQuotes(name->value));
-        else if (std::ranges::count(categories, name->value) == 0)
+        else if (std::ranges::count(libraryCategories, name->value) == 0)
             report.add("log-category-unknown", place, "The library has no log category {}.", inQuotes(name->value));
     }
 
     const XmlElement* list = description.root->child("LogCategories");
     const Place place{descriptionFile, (list != nullptr ? list : description.root)->line};
     std::vector<std::string_view> missing;
-    for (const std::string_view name : categories)
+    for (const std::string_view name : libraryCategories)
         if (!listed.contains(name)) missing.push_back(name);
     if (!missing.empty()) report.add("log-category-missing", place, "Not listed: {}.", fmt::join(missing, ", "));
 }

@@ -6,8 +6,6 @@ namespace tool {
 
 namespace {
 
-Place placeOf(const DescribedVariable& variable) { return {descriptionFile, variable.line()}; }
-
 /// Where a real is: a port and which of its blocks, 0 for the values, 1 and 2 for the derivatives.
 struct Slot {
     const Port* port = nullptr; ///< null outside of all ports

@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view word = "modelName";
+constexpr std::string_view searchedWord = "modelName";
 
 /// Where the library looks for the model's name: the first line with the word, as far as it is read at a time.
 struct NameLine {
@@ -25,7 +25,7 @@ NameLine nameLineIn(std::string_view text) {
     while (!text.empty()) {
         std::string_view line = text.substr(0, longestReading);
         line = line.substr(0, std::min(line.find('\n'), line.size() - 1) + 1);
-        if (line.find(word) != std::string_view::npos) return {line, number};
+        if (line.find(searchedWord) != std::string_view::npos) return {line, number};
         number += line.back() == '\n' ? 1 : 0;
         text.remove_prefix(line.size());
     }
@@ -37,7 +37,7 @@ std::string_view reasonOf(const NameLine& line, const XmlAttribute& attribute) {
     if (line.number == 0) return "It finds no line with the word.";
     if (line.number != attribute.line) return "The word is already in an earlier line.";
     if (line.text.size() == longestReading) return "The line is longer than the 1023 characters that are read.";
-    const std::string_view rest = line.text.substr(line.text.find(word) + word.size());
+    const std::string_view rest = line.text.substr(line.text.find(searchedWord) + searchedWord.size());
     if (!rest.starts_with("=\"")) return "The word is not followed by exactly =\".";
     if (rest.find('"', 2) == std::string_view::npos) return "There is no quote later in the line.";
     return "There is more text after it in the line, or it holds an escaped character.";
@@ -110,7 +110,7 @@ void checkCopy(const Fmu& fmu, Report& report) {
 } // namespace
 
 void checkModelName(const Fmu& fmu, Report& report) {
-    const XmlAttribute* attribute = fmu.description.root->find(word);
+    const XmlAttribute* attribute = fmu.description.root->find(searchedWord);
     if (attribute == nullptr) return;
     const std::string taken = takenNameIn(*fmu.descriptionText);
     const ModelNameFault fault = modelNameFault(attribute->value);
@@ -135,7 +135,7 @@ void checkResultFile(std::string_view name, const Place& place, Report& report) 
 }
 
 void checkResources(const Fmu& fmu, Report& report) {
-    const XmlAttribute* name = fmu.description.root->find(word);
+    const XmlAttribute* name = fmu.description.root->find(searchedWord);
     if (!fmu.modelName().empty() && name != nullptr && fmu.modelName() == name->value) checkModelFiles(fmu, report);
     if (fmu.shapeText) checkNamedFiles(fmu, report);
     checkCopy(fmu, report);

@@ -9,6 +9,9 @@
 
 namespace tool {
 
+/// Where a variable is described.
+inline Place placeOf(const DescribedVariable& variable) { return {descriptionFile, variable.line()}; }
+
 /// The files of the FMU, whatever they hold: entries left out of the archive, strays, and what is not a regular file.
 void checkTree(const Fmu& fmu, Report& report);
 

@@ -8,29 +8,29 @@ namespace tool {
 
 namespace {
 
-Place placeOf(const DescribedVariable& variable) { return {descriptionFile, variable.start()->line}; }
+Place placeOfStart(const DescribedVariable& variable) { return {descriptionFile, variable.start()->line}; }
 
 void checkReal(const DescribedVariable& variable, double value, Report& report) {
     if (!std::isfinite(value))
-        report.add("start-infinite", placeOf(variable), "{} starts at {}.", inQuotes(variable.name), value);
+        report.add("start-infinite", placeOfStart(variable), "{} starts at {}.", inQuotes(variable.name), value);
     else if (value == neverSetReal)
-        report.add("start-marker", placeOf(variable), "{} starts at {}.", inQuotes(variable.name), value);
+        report.add("start-marker", placeOfStart(variable), "{} starts at {}.", inQuotes(variable.name), value);
     else if (losesDigits(value))
-        report.add("start-precision", placeOf(variable), "{} starts at {}, which becomes {:.6f}.",
+        report.add("start-precision", placeOfStart(variable), "{} starts at {}, which becomes {:.6f}.",
                    inQuotes(variable.name), value, value);
 }
 
 void checkString(const DescribedVariable& variable, Report& report) {
     const std::string& text = variable.start()->value;
     if (!isResultFile(variable) && text.find('\n') != std::string::npos)
-        report.add("string-line-feed", placeOf(variable), "The start value of {} holds a line feed.",
+        report.add("string-line-feed", placeOfStart(variable), "The start value of {} holds a line feed.",
                    inQuotes(variable.name));
     if (!isResultFile(variable)) return;
     if (text.size() > longestResultFile)
-        report.add("string-length", placeOf(variable), "The start value of {} has {} bytes.", inQuotes(variable.name),
-                   text.size());
+        report.add("string-length", placeOfStart(variable), "The start value of {} has {} bytes.",
+                   inQuotes(variable.name), text.size());
     else
-        checkResultFile(text.find(".mrf") == std::string::npos ? text + ".mrf" : text, placeOf(variable), report);
+        checkResultFile(text.find(".mrf") == std::string::npos ? text + ".mrf" : text, placeOfStart(variable), report);
 }
 
 void checkParameter(const DescribedVariable& variable, Report& report) {
@@ -39,7 +39,7 @@ void checkParameter(const DescribedVariable& variable, Report& report) {
     if (!value) return;
     if (variable.type == Type::real) checkReal(variable, *value, report);
     if (variable.type == Type::integer && *value == neverSetInteger)
-        report.add("start-marker", placeOf(variable), "{} starts at {}.", inQuotes(variable.name), *value);
+        report.add("start-marker", placeOfStart(variable), "{} starts at {}.", inQuotes(variable.name), *value);
 }
 
 /// Values other than parameters: all arrays but the strings are zeroed.
@@ -49,7 +49,7 @@ void checkLost(const DescribedVariable& variable, Report& report) {
     const bool isZero =
         variable.type == Type::boolean ? !booleanOf(text).value_or(false) : realOf(text).value_or(0) == 0;
     if (!isZero)
-        report.add("start-lost", placeOf(variable), "{} starts at {}, but is 0 after the initialization.",
+        report.add("start-lost", placeOfStart(variable), "{} starts at {}, but is 0 after the initialization.",
                    inQuotes(variable.name), inQuotes(text));
 }
 

@@ -10,8 +10,6 @@ namespace tool {
 
 namespace {
 
-Place placeOf(const DescribedVariable& variable) { return {descriptionFile, variable.line()}; }
-
 void checkVariableNames(const ModelDescription& description, Report& report) {
     const bool structured = textAttribute(*description.root, "variableNamingConvention", "flat") == "structured";
     std::unordered_set<std::string_view> names;

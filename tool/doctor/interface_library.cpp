@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array entryPoints{"blkStart", "blkRequestPlantOutput", "blkDepositPlantInput", "blkTerminate"};
+constexpr std::array entryPointNames{"blkStart", "blkRequestPlantOutput", "blkDepositPlantInput", "blkTerminate"};
 constexpr std::array standardStreams{std::pair("_ZSt4cout", "std::cout"), std::pair("_ZSt4cerr", "std::cerr"),
                                      std::pair("_ZSt4clog", "std::clog"), std::pair("_ZSt3cin", "std::cin")};
 
@@ -70,7 +70,7 @@ bool examineLoadedEntryPoints(const fs::path& file, const Place& place, Report& 
         .why("The loader accepts it, but what it needs and exports cannot be examined.")
         .fix("Use the library as it was built, or strip it with strip.");
     bool isComplete = true;
-    for (const std::string name : entryPoints) {
+    for (const std::string name : entryPointNames) {
         if (hasLoadedFunction(file, RTLD_LAZY | RTLD_DEEPBIND, name)) continue;
         isComplete = false;
         report.add("entry-point-missing", place, "The library has no function {}.", name);
@@ -80,7 +80,7 @@ bool examineLoadedEntryPoints(const fs::path& file, const Place& place, Report& 
 
 bool examineEntryPoints(const SharedObject& library, const Place& place, Report& report) {
     bool isComplete = true;
-    for (const std::string name : entryPoints) {
+    for (const std::string name : entryPointNames) {
         if (library.functions.contains(name)) continue;
         isComplete = false;
         const std::string mangled = fmt::format("_Z{}{}", name.size(), name);

@@ -14,7 +14,7 @@ namespace tool {
 
 namespace {
 
-constexpr double timeLimit = 20; ///< seconds
+constexpr double loadingLimit = 20; ///< seconds
 
 /// Once, that code of others is going to run.
 void announce() {
@@ -35,8 +35,8 @@ std::string loadingRefusal(const std::filesystem::path& file, int flags) {
             const bool isLoaded = dlopen(file.c_str(), flags) != nullptr;
             writeAll(report, isLoaded ? "loaded" : dlerror());
         },
-        timeLimit);
-    if (child.timedOut) return fmt::format("loading did not finish within {} s", timeLimit);
+        loadingLimit);
+    if (child.timedOut) return fmt::format("loading did not finish within {} s", loadingLimit);
     if (child.signal != 0) return fmt::format("loading ends the process: {}", strsignal(child.signal));
     if (child.report.empty()) return fmt::format("loading ends the process with code {}", child.exitCode);
     return child.report == "loaded" ? "" : child.report;
@@ -48,7 +48,7 @@ bool hasLoadedFunction(const std::filesystem::path& file, int flags, const std::
             void* library = dlopen(file.c_str(), flags);
             if (library != nullptr && dlsym(library, name.c_str()) != nullptr) writeAll(report, "found");
         },
-        timeLimit);
+        loadingLimit);
     return child.report == "found";
 }
 

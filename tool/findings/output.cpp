@@ -18,7 +18,7 @@ const char* nameOf(Severity severity) {
     return names.at(static_cast<std::size_t>(severity));
 }
 
-std::string textOf(const Place& place) {
+std::string inWords(const Place& place) {
     if (place.file.empty()) return "";
     return place.line > 0 ? fmt::format("{}:{}: ", place.file, place.line) : fmt::format("{}: ", place.file);
 }
@@ -54,7 +54,7 @@ fmt::text_style styleOf(Severity severity, std::FILE* stream) {
 }
 
 void writeFinding(const Finding& finding, std::FILE* stream) {
-    fmt::print(stream, "{}", textOf(finding.place));
+    fmt::print(stream, "{}", inWords(finding.place));
     fmt::print(stream, styleOf(finding.severity, stream), "{}:", nameOf(finding.severity));
     fmt::print(stream, " {} [{}]\n", finding.what, finding.rule);
     for (const std::string& sentence : {finding.why, finding.fix})

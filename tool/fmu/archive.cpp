@@ -16,7 +16,7 @@ namespace tool {
 namespace {
 
 namespace fs = std::filesystem;
-using Archive = std::unique_ptr<zip_t, decltype([](zip_t* archive) { zip_discard(archive); })>;
+using NewArchive = std::unique_ptr<zip_t, decltype([](zip_t* archive) { zip_discard(archive); })>;
 
 void add(zip_t* archive, const ArchiveEntry& entry, zip_int32_t method) {
     const auto check = [&](bool succeeded) {
@@ -40,7 +40,7 @@ void add(zip_t* archive, const ArchiveEntry& entry, zip_int32_t method) {
 /// Writes the file itself; `path` names it in messages.
 void write(const fs::path& file, const std::vector<ArchiveEntry>& entries, zip_int32_t method, const fs::path& path) {
     int code = 0;
-    Archive archive(zip_open(file.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code));
+    NewArchive archive(zip_open(file.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code));
     if (!archive) fail("{} cannot be written: {}.", path.string(), zipErrorText(code));
     for (const ArchiveEntry& entry : entries) add(archive.get(), entry, method);
 

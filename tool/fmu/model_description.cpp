@@ -8,7 +8,7 @@ namespace tool {
 namespace {
 
 /// The type of a variable, by the element that it has for its values.
-std::optional<Type> typeOf(const XmlElement& value) {
+std::optional<Type> typeOfElement(const XmlElement& value) {
     if (value.name == "Enumeration") return Type::integer;
     const auto type = std::ranges::find(typeNames, value.name, &TypeName::element);
     return type != typeNames.end() ? std::optional(static_cast<Type>(type - typeNames.begin())) : std::nullopt;
@@ -71,7 +71,7 @@ DescribedVariable readVariable(const XmlElement& element, const ModelDescription
     DescribedVariable variable;
     variable.value = &untyped;
     for (const XmlElement& child : element.children) {
-        const std::optional<Type> type = typeOf(child);
+        const std::optional<Type> type = typeOfElement(child);
         if (!type) continue;
         variable.value = &child;
         variable.type = *type;

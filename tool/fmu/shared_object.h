@@ -5,17 +5,18 @@
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace tool {
 
 struct SharedObject {
-    std::vector<std::string> needed; ///< the libraries that it names, in order
-    bool hasSections = false;        ///< without a table of sections nothing of what follows is known
-    std::set<std::string> functions; ///< exported and defined
-    std::set<std::string> exports;   ///< the same with everything else: variables, also of threads, indirect functions
-    std::set<std::string> imports;   ///< functions and variables that others have to define; not the weak ones
-    std::string glibc;               ///< newest glibc version that a symbol asks for, such as "2.34"; or empty
+    std::vector<std::string> needed;         ///< the libraries that it names, in order
+    bool hasSections = false;                ///< without a table of sections nothing of what follows is known
+    std::set<std::string> functions;         ///< exported and defined
+    std::unordered_set<std::string> exports; ///< the same with all else: variables, also of threads, indirect functions
+    std::set<std::string> imports;           ///< functions and variables that others have to define; not the weak ones
+    std::string glibc;                       ///< newest glibc version that a symbol asks for, such as "2.34"; or empty
 
     /// Versions of symbols, such as "GLIBCXX_3.4.30": those that other libraries, by name, have to define, and its own.
     std::map<std::string, std::set<std::string>> neededVersions;

@@ -23,7 +23,7 @@ namespace {
 
 using Context = std::unique_ptr<xmlParserCtxt, decltype([](xmlParserCtxt* context) { xmlFreeParserCtxt(context); })>;
 
-const char* textOf(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
+const char* plain(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
 
 int lineFeeds(const xmlChar* begin, const xmlChar* end) { return static_cast<int>(std::count(begin, end, '\n')); }
 
@@ -93,8 +93,8 @@ public:
     void start(const xmlChar* name, const xmlChar* prefix, int nAttributes, const xmlChar** attributes) {
         if (isInterrupted()) return xmlStopParser(context_);
         XmlElement element;
-        if (prefix != nullptr) element.name = std::string(textOf(prefix)) + ":";
-        element.name += textOf(name);
+        if (prefix != nullptr) element.name = std::string(plain(prefix)) + ":";
+        element.name += plain(name);
 
         // The parser is past the last attribute. There is no other "<" between the tag's and there.
         const xmlParserInput& input = *context_->input;
@@ -110,7 +110,7 @@ public:
             }
             if (attribute[1] == nullptr)
                 element.attributes.push_back(
-                    {textOf(attribute[0]), unescaped({textOf(attribute[3]), textOf(attribute[4])}), line});
+                    {plain(attribute[0]), unescaped({plain(attribute[3]), plain(attribute[4])}), line});
         }
         open_.push_back(std::move(element));
     }
@@ -209,7 +209,7 @@ XmlDocument readXml(const std::string& text) {
     // The parser keeps other encodings than its own with the input.
     const xmlChar* encoding = context->input != nullptr ? context->input->encoding : nullptr;
     if (encoding == nullptr) encoding = context->encoding;
-    if (encoding != nullptr) document.encoding = textOf(encoding);
+    if (encoding != nullptr) document.encoding = plain(encoding);
     if (context->wellFormed == 0 && document.problem.empty() && !document.hasDoctype)
         document.problem = "The file is not well-formed";
     return document;

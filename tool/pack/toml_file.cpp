@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uintmax_t largest = 32U << 20U;
+constexpr std::uintmax_t largestDescription = 32U << 20U;
 
 /// The parser limits how deep values are nested, but not how long keys are, and a.b.c nests tables likewise.
 constexpr std::ptrdiff_t longestKey = 16;
@@ -49,7 +49,7 @@ std::ptrdiff_t lineOfLongKey(std::string_view text) {
 } // namespace
 
 std::optional<toml::table> readToml(const fs::path& file, Report& report) {
-    const std::string text = readUserFile(file, largest);
+    const std::string text = readUserFile(file, largestDescription);
     if (const std::ptrdiff_t line = lineOfLongKey(text); line > 0) {
         report.add("description-size", {file.string(), static_cast<int>(line)}, "A key has more than {} parts.",
                    longestKey);

@@ -137,7 +137,7 @@ private:
             {"port", "variable", "unit", "solver's label", "at 0 s", fmt::format("at {:.6g} s", session.time())});
         const std::vector<double> last = session.outputs();
         std::size_t output = 0, shown = 0;
-        for (const Signal& signal : plan_.signals) {
+        for (const PortSignal& signal : plan_.signals) {
             if (shown++ >= mostSignalsShown) break;
             const bool isInput = signal.port.isInput;
             const double atStart = isInput ? 0 : first[output], atEnd = isInput ? signal.driven : last[output];

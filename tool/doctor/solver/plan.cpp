@@ -31,12 +31,12 @@ double drivenValue(const DescribedVariable& variable) {
 
 } // namespace
 
-std::vector<Signal> signalsOf(const ShapeFile& shape, const ModelDescription& description) {
+std::vector<PortSignal> signalsOf(const ShapeFile& shape, const ModelDescription& description) {
     const Variables reals = realsOf(description);
-    std::vector<Signal> signals;
+    std::vector<PortSignal> signals;
     for (const Port& port : shape.ports) {
         for (int i = 0; i < port.width; ++i) {
-            Signal signal{port, i, "", "", port.isInput ? smallValue : 0};
+            PortSignal signal{port, i, "", "", port.isInput ? smallValue : 0};
             const auto found = reals.find({port.isInput ? Causality::input : Causality::output, port.offset + i});
             if (found != reals.end()) {
                 const DescribedVariable* variable = found->second;

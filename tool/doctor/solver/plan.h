@@ -12,7 +12,7 @@
 namespace tool {
 
 /// A signal of a port, as the model description names it.
-struct Signal {
+struct PortSignal {
     Port port;
     int index = 0; ///< within the port
     std::string name, unit;
@@ -28,13 +28,13 @@ struct SessionPlan {
     std::string modelFile;                ///< the model file's name
     std::string model;                    ///< its content: a start that does not find it gets it again
     const ShapeFile& shape;               ///< without errors
-    std::vector<Signal> signals;          ///< of inputs, then of outputs
+    std::vector<PortSignal> signals;      ///< of inputs, then of outputs
     double stepSize = 0;                  ///< seconds
     DerivativeOrders orders{};
     double patience = 30; ///< seconds after which no further run is begun
 };
 
 /// The signals of the ports with what the description says of them.
-std::vector<Signal> signalsOf(const ShapeFile& shape, const ModelDescription& description);
+std::vector<PortSignal> signalsOf(const ShapeFile& shape, const ModelDescription& description);
 
 } // namespace tool

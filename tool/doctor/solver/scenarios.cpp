@@ -68,7 +68,7 @@ private:
 
     void driveOneInputAtATime() {
         int count = 0;
-        for (const Signal& signal : plan_.signals) {
+        for (const PortSignal& signal : plan_.signals) {
             if (signal.driven == 0 || count++ >= mostInputsAlone) continue;
             attempt(fmt::format("With the input {} at {}", signal.name.empty() ? signal.place() : inQuotes(signal.name),
                                 signal.driven),
@@ -76,7 +76,7 @@ private:
         }
     }
 
-    void driveOnly(const Signal& signal) {
+    void driveOnly(const PortSignal& signal) {
         Session session(context_, plan_.resources);
         if (!session.start()) return;
         session.setInput(signal, signal.driven);

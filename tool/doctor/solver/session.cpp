@@ -87,17 +87,17 @@ bool Session::end() {
 }
 
 void Session::drive() {
-    for (const Signal& signal : context_.plan.signals)
+    for (const PortSignal& signal : context_.plan.signals)
         if (signal.port.isInput) setInput(signal, signal.driven);
 }
 
-void Session::setInput(const Signal& signal, double value) {
+void Session::setInput(const PortSignal& signal, double value) {
     instance_.setInput(signal.port.number, signal.index, value);
 }
 
 std::vector<double> Session::outputs(int order) const {
     std::vector<double> values;
-    for (const Signal& signal : context_.plan.signals)
+    for (const PortSignal& signal : context_.plan.signals)
         if (!signal.port.isInput) values.push_back(instance_.output(signal.port.number, signal.index, order));
     return values;
 }

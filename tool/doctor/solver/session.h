@@ -42,7 +42,7 @@ public:
 
     /// Sets inputs, to be deposited with the next step: all to the plan's values, or one to a value.
     void drive();
-    void setInput(const Signal& signal, double value);
+    void setInput(const PortSignal& signal, double value);
 
     /// The values, or the derivatives of an order, of all output signals in their order.
     std::vector<double> outputs(int order = 0) const;

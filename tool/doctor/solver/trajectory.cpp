@@ -20,9 +20,10 @@ double largest(const Trajectory& run, Values values, std::size_t signal) {
     return most;
 }
 
-std::vector<Signal> outputsOf(const SessionPlan& plan) {
-    std::vector<Signal> outputs;
-    std::ranges::copy_if(plan.signals, std::back_inserter(outputs), [](const Signal& s) { return !s.port.isInput; });
+std::vector<PortSignal> outputsOf(const SessionPlan& plan) {
+    std::vector<PortSignal> outputs;
+    std::ranges::copy_if(plan.signals, std::back_inserter(outputs),
+                         [](const PortSignal& s) { return !s.port.isInput; });
     return outputs;
 }
 
@@ -61,7 +62,7 @@ struct PortDeviations {
 } // namespace
 
 std::string differenceOf(const Trajectory& run, const Trajectory& expected, const SessionPlan& plan) {
-    const std::vector<Signal> outputs = outputsOf(plan);
+    const std::vector<PortSignal> outputs = outputsOf(plan);
     for (std::size_t i = 0; i < std::min(run.size(), expected.size()); ++i)
         for (std::size_t k = 0; k < outputs.size(); ++k) {
             const double is = run[i].values[k], should = expected[i].values[k];
@@ -75,7 +76,7 @@ std::string differenceOf(const Trajectory& run, const Trajectory& expected, cons
 
 std::string derivativeDeviations(const Trajectory& run, const SessionPlan& plan) {
     std::map<int, PortDeviations> ports;
-    const std::vector<Signal> outputs = outputsOf(plan);
+    const std::vector<PortSignal> outputs = outputsOf(plan);
     for (std::size_t k = 0; k < outputs.size(); ++k) {
         PortDeviations& port = ports[outputs[k].port.number];
         port.first = std::max(port.first, deviationOf(run, &Moment::values, &Moment::first, k), isLess);
