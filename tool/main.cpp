@@ -117,6 +117,7 @@ public:
 
     int run(int count, char** arguments) {
         if (count > 1) refuseUnknownCommand(arguments[1]);
+        refuseEmptyValues({arguments, arguments + count});
         try {
             app_.parse(count, arguments);
         } catch (const CLI::Success& help) {
@@ -142,6 +143,15 @@ private:
         throw Misuse(fmt::format("There is no command {}{}", inQuotes(word),
                                  distance(nearest) <= farthest ? fmt::format(": did you mean {}?", nearest->get_name())
                                                                : ". tessaro-fmu --help lists all."));
+    }
+
+    /// The parser would take the next word for the value of "--option=".
+    static void refuseEmptyValues(const std::vector<std::string>& words) {
+        for (const std::string& word : words) {
+            if (word == "--") return;
+            if (word.starts_with("--") && word.find('=') == word.size() - 1)
+                throw Misuse(fmt::format("{} has no value.", inQuotes(word)));
+        }
     }
 
     CLI::App* addCommand(const char* name, const char* purpose, const char* examples) {

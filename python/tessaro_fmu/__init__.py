@@ -86,7 +86,7 @@ def pack(
     options = [f"{name}={os.fsdecode(value)}" for name, value in given.items() if value is not None]
     answer = _run("pack", description, *options, *(["--bundle"] if bundle else []))
     findings = _findings(answer)
-    if answer["archive"] is None:
+    if answer.get("archive") is None:
         raise PackError(findings)
     return Packed(Path(answer["archive"]), findings, answer["bundled"])
 

@@ -31,6 +31,10 @@ class Module(unittest.TestCase):
         self.assertGreater(len(raised.exception.findings), 1)
         self.assertIn("wrong.toml:3: error: ", str(raised.exception))
 
+    def test_an_empty_version_is_refused(self) -> None:
+        with self.assertRaisesRegex(tessaro_fmu.PackError, "--version="):
+            tessaro_fmu.pack("Block.toml", version="")
+
     def test_what_is_not_an_fmu_is_a_finding(self) -> None:
         Path("none.fmu").write_text("nothing")
         self.assertEqual([finding.rule for finding in tessaro_fmu.check("none.fmu")], ["unreadable"])
