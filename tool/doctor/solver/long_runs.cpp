@@ -18,6 +18,7 @@ constexpr int firstRunsCounted = 5; ///< those before may fill caches
 constexpr int fewestSteps = 50;     ///< of the first run
 constexpr std::int64_t mostBytesOfARun = 16 << 10;
 constexpr std::int64_t mostBytesOfAStep = 1 << 10;
+constexpr std::int64_t mostBytesOfARunItself = 256 << 10; ///< what its steps may fill, however few they are
 constexpr std::int32_t mostReals = 20'000;
 constexpr std::size_t mostSignalsShown = 200;
 
@@ -104,15 +105,16 @@ private:
 
     /// False when steps leave something; what runs leave would be the same again.
     bool isFrugal(const ResourceUse& before, const ResourceUse& after, int number) {
-        const std::int64_t bytes = (after.residentBytes - before.residentBytes) / number;
+        const std::int64_t all = after.residentBytes - before.residentBytes, bytes = all / number;
+        const bool grows = bytes >= mostBytesOfAStep && all >= mostBytesOfARunItself;
         const int descriptors = after.descriptors - before.descriptors;
-        if (bytes >= mostBytesOfAStep)
+        if (grows)
             context_.report.add("memory-grows",
                                 fmt::format("Each step takes {} more bytes of memory, over {} steps.", bytes, number));
         if (descriptors >= number / 2)
             context_.report.add("descriptors-grow",
                                 fmt::format("{} steps leave {} more files open.", number, descriptors));
-        return bytes < mostBytesOfAStep && descriptors < number / 2;
+        return !grows && descriptors < number / 2;
     }
 
     void judgeRuns(const ResourceUse& before, const ResourceUse& after) {
