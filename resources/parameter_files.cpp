@@ -161,8 +161,10 @@ int readList(LineReader& lines, char**& names, std::int32_t& count) {
     names = static_cast<char**>(std::calloc(static_cast<std::size_t>(count), sizeof(char*)));
     if (names == nullptr && count > 0) return -3;
 
-    for (std::int32_t i = 0; i < count; ++i)
-        if ((names[i] = readName(lines)) == nullptr) return -3;
+    for (std::int32_t i = 0; i < count; ++i) {
+        names[i] = readName(lines);
+        if (names[i] == nullptr) return -3;
+    }
     return 0;
 }
 

@@ -110,6 +110,7 @@ bool await(pid_t child, Clock::time_point end, const Pipe& report, const Pipe& o
 /// In the child: becomes the program, or reports why not.
 void become(const ProgramCall& call, int report) {
     std::vector<char*> arguments;
+    arguments.reserve(call.command.size() + 1);
     for (const std::string& argument : call.command) arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
     for (const auto& [name, value] : call.variables) setenv(name.c_str(), value.c_str(), 1);

@@ -138,8 +138,8 @@ private:
     }
 
     void reportTogether() {
-        std::vector<Setting> settings;
-        for (const Setting& setting : accepted_) settings.push_back({setting.settable, Choice::start});
+        std::vector<Setting> settings = accepted_;
+        for (Setting& setting : settings) setting.choice = Choice::start;
         if (const Trial start = translate(settings); !start.model)
             report_.add("value-refused", {nameFileName},
                         "The translator refuses all parameters and inputs together: {}", start.refusal);
