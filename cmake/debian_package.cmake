@@ -5,7 +5,6 @@ set(CPACK_PACKAGE_CONTACT "The developers of tessaro_fmu <tessaro-fmu@localhost>
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/private) # what the package brings along itself
 set(CPACK_DEBIAN_PACKAGE_DEPENDS patchelf) # pack --bundle
 set(CPACK_STRIP_FILES OFF) # they are
 include(CPack)

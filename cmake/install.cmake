@@ -41,10 +41,10 @@ install(FILES ${PROJECT_BINARY_DIR}/tessaro_fmuConfig.cmake ${PROJECT_BINARY_DIR
         ${CMAKE_CURRENT_LIST_DIR}/tessaro_fmu_add_fmu.cmake
     DESTINATION ${package_directory})
 
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md cmake/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
 # What the pages refer to.
 install(DIRECTORY benchmarks demo plant DESTINATION ${CMAKE_INSTALL_DOCDIR}
-    FILES_MATCHING PATTERN *.md PATTERN *.py PATTERN *.png PATTERN *.toml PATTERN *.mdl PATTERN access_interface.h
+    FILES_MATCHING PATTERN *.md PATTERN *.py PATTERN *.png PATTERN *.toml PATTERN *.mdl PATTERN *.html PATTERN access_interface.h
     PATTERN out EXCLUDE
     PATTERN __pycache__ EXCLUDE)
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} USE_SOURCE_PERMISSIONS
