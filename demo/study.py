@@ -49,7 +49,7 @@ def main() -> int:
     try:
         options.out.mkdir(parents=True, exist_ok=True)
     except OSError as failure:
-        sys.exit(f"study: --out is no folder to write to: {failure}")
+        sys.exit(f"study: --out is not a folder that can be written to: {failure}")
     archive = options.fmu.read_bytes()
     with Table(options.out / "journal.csv", origin(archive, options.solver, options.translator)) as table:
         if table.damaged:

@@ -1,11 +1,11 @@
 # For the commands that work in build/, to be sourced: they take turns, and nothing is left of another place.
 
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 
 # Waits until no other command works in this checkout's build folder; a command that this one starts is part of it. The
-# lock is gone with the last of their processes.
+# lock is gone with the last of their processes. False in such a command.
 take_turns() {
-    [[ ${TESSARO_WORKS_IN-} != "$root" ]] || return 0
+    [[ ${TESSARO_WORKS_IN-} != "$root" ]] || return 1
     mkdir -p "$root/build"
     exec {turn}>>"$root/build/.turn"
     if ! flock --nonblock "$turn"; then
@@ -23,11 +23,12 @@ discard_moved() {
         folder=${cache%/*}
         [[ -f $cache ]] || continue
         origin=$(sed -n 's/^CMAKE_CACHEFILE_DIR:INTERNAL=//p' "$cache")
-        [[ $origin -ef $folder ]] && continue
+        [[ -n $origin && ! $origin -ef $folder ]] || continue
         echo "made anew, since it was in $origin: ${folder#"$root/"}"
         rm -rf "$folder"
     done
 }
 
-take_turns
-discard_moved
+if take_turns; then
+    discard_moved
+fi

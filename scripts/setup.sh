@@ -20,7 +20,7 @@ groff-base"
     [python]="python3-venv"
     [masters]="python3-venv libtbb12"
     [browser]="chromium fonts-dejavu-core"
-    [checks]="clang clang-format clang-tidy libclang-rt-dev procps"
+    [checks]="clang clang-format clang-tidy libclang-rt-dev libbenchmark-dev procps"
     [benchmarks]="libbenchmark-dev"
     [release]="python3-venv dpkg-dev file debootstrap"
 )
@@ -70,7 +70,7 @@ install_packages() {
 make_environment() {
     local folder=$root/build/$1 requirements=$root/$2 stamp origin
     stamp=$folder/made-of
-    origin="$folder $(sha256sum <"$requirements")"
+    origin="$folder $(/usr/bin/python3 --version) $(sha256sum <"$requirements")"
     if [[ -x $folder/bin/python && -f $stamp && $(<"$stamp") == "$origin" ]]; then
         return 0
     fi
@@ -83,14 +83,18 @@ make_environment() {
         echo "$origin" >"$stamp"
 }
 
-# One that can't be installed leaves the others alone; the masters' tests fail for it. The requirements are complete.
+# All at once. One that can't be installed leaves the others alone; the masters' tests fail for it. The requirements are
+# complete.
 make_masters() {
-    local requirements master
+    local requirements
     for requirements in tests/masters/requirements/*.txt; do
-        master=$(basename "$requirements" .txt)
-        make_environment "masters/$master" "$requirements" --no-deps ||
-            printf 'set-up: the master %s could not be installed\n' "$master" >&2
+        make_master "$(basename "$requirements" .txt)" "$requirements" &
     done
+    wait
+}
+
+make_master() {
+    make_environment "masters/$1" "$2" --no-deps || printf 'set-up: the master %s could not be installed\n' "$1" >&2
 }
 
 (($# > 0)) || fail "name one or more of: $groups"

@@ -19,8 +19,8 @@ TOOL = [
     ["tool/doctor/"],
     ["tool/"],
 ]
-# What the program shares with the library: all up to the resources, and what every solver is written against.
-SHARED = ["util/internal/", "util/", "fmi/instance/", "resources/", "plant/access_interface.h"]
+# What the program shares with the library: all but the exported functions.
+SHARED = LAYERS[:-1]
 
 
 def layer_of(file: str) -> int:

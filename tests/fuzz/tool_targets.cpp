@@ -52,7 +52,8 @@ std::string errorsIn(const fs::path& fmu, const std::string& expected = "") {
         if (found.severity == Severity::error && found.rule != expected)
             errors += found.rule + ": " + found.what + "\n";
     }
-    writeText(report, "", stdout), write(toJson(report, ""), stdout);
+    writeText(report, "", stdout);
+    write(toJson(report, ""), stdout);
     return errors;
 }
 

@@ -53,7 +53,9 @@ public:
         if (!allowed("fmi2SetupExperiment", 2)) return fmi2Error;
         traceAs("ok [logFmiCall] fmi2SetupExperiment: toleranceDefined=%d tolerance=%g", tolerated, tolerance);
         if (!(start == 0)) say("error [logError] fmi2SetString: Out of memory.%s", "");
-        time_ = start, stopTimeDefined_ = stops, stopTime_ = stop;
+        time_ = start;
+        stopTimeDefined_ = stops;
+        stopTime_ = stop;
         if (stops != 0) endTime_ = stop;
         return fmi2OK;
     }
@@ -68,13 +70,14 @@ public:
                 "the values that were set have no effect.",
                 "Model.xml");
         const std::string result = strings[0].value_or("fmu.mrf");
-        const std::size_t ending = result.find(".mrf") == std::string::npos ? 4 : 0,
-                          folder = result.find_first_of("/\\") == std::string::npos ? folderLength + 1 : 0;
+        const std::size_t ending = result.find(".mrf") == std::string::npos ? 4 : 0;
+        const std::size_t folder = result.find_first_of("/\\") == std::string::npos ? folderLength + 1 : 0;
         if (folder + result.size() + ending > 1023) {
             if (loggingOn_ != 0) say("error [error] %s: Result file name is too long.", "fmi2EnterInitializationMode");
             return fmi2Error;
         }
-        std::fill(reals.begin(), reals.end(), 0), integers = booleans = {0, 0};
+        std::fill(reals.begin(), reals.end(), 0);
+        integers = booleans = {0, 0};
         alive = playToItsEnd(0, "start");
         if (alive) state = 4;
         return alive ? fmi2OK : fmi2Error;
@@ -84,14 +87,16 @@ public:
         if (!allowed("fmi2ExitInitializationMode", 4)) return fmi2Error;
         trace("fmi2ExitInitializationMode");
         state = type_ == fmi2ModelExchange ? 8 : 32;
-        dirty_ = 0, newEventIteration_ |= type_ == fmi2ModelExchange;
+        dirty_ = 0;
+        newEventIteration_ |= type_ == fmi2ModelExchange;
         return fmi2OK;
     }
 
     fmi2Status reset() {
         if (!allowed("fmi2Reset", getMask + 2)) return fmi2Error;
         trace("fmi2Reset");
-        state = 2, dirty_ = 1;
+        state = 2;
+        dirty_ = 1;
         startValues_.clear();
         return fmi2OK;
     }

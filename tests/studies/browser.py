@@ -1,7 +1,6 @@
 """Opens pages in headless Chromium, by its DevTools protocol, and says what comes of them."""
 
 import asyncio
-import base64
 import itertools
 import json
 import os
@@ -28,8 +27,6 @@ class Visit:
     requests: list[str] = field(default_factory=list)
     facts: dict[str, Any] = field(default_factory=dict)
     """What the script has found in the page."""
-    picture: bytes = b""
-    """The whole page as PNG."""
 
 
 @contextmanager
@@ -81,8 +78,6 @@ async def _look(tab: "_Tab", address: str, width: int, script: str) -> Visit:
     await tab.wait_for("Page.loadEventFired")
     answer = await tab.call("Runtime.evaluate", expression=script, awaitPromise=True, returnByValue=True)
     tab.visit.facts = answer["result"].get("value") or {"failure": json.dumps(answer)}
-    picture = await tab.call("Page.captureScreenshot", captureBeyondViewport=True)
-    tab.visit.picture = base64.b64decode(picture["data"])
     return tab.visit
 
 

@@ -17,7 +17,7 @@ struct PackOptions {
     std::filesystem::path output;       ///< the archive; empty: NAME.fmu in the working directory
     std::optional<std::string> version; ///< of the model, in place of the description's
     std::filesystem::path depfile;      ///< a list of all that the archive is made from, for make and ninja; or empty
-    bool bundle = false;                ///< the library's own dependencies go also go into the archive
+    bool bundle = false;                ///< the library's own dependencies go into the archive
 };
 
 struct PackResult {
