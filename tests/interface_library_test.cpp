@@ -1,5 +1,6 @@
 // Loading the solver's interface library, and the messages that come back from it. What its reports and exceptions do
 // to a run, in every combination, is held by the random caller.
+#include "plant/access_object.h"
 #include "tests/tools/fmu_test.h"
 
 using testing::ElementsAre;
@@ -66,6 +67,20 @@ TEST_F(InterfaceLibrary, AHalfCopiedLibraryIsReportedAndNotMapped) {
         EXPECT_THAT(printed, testing::MatchesRegex("-{46}\nDynamic Library loading error: " + copy.string() + "\n    " +
                                                    copy.string() + ": [a-z ]+\n-{46}\n"));
     }
+}
+
+TEST_F(InterfaceLibrary, TheErrorCodeIsTheLevelOfTheReportWhateverItIs) {
+    static int code;
+    start();
+    solver.during(Entry::request).run([](void* handle, TScicosAccessAPI2& access) {
+        access.MessageHandler(handle, "lost", 5);
+        code = static_cast<TScicosAccessFnc2&>(access).getErrorCode();
+    });
+    EXPECT_EQ(step(0, 1), fmi2Error);
+    EXPECT_EQ(code, 5);
+    const std::string failure = "Problem in cosimulation, unable to request plant output at communication point=0.";
+    EXPECT_THAT(events(), ElementsAre("deposit at 0: 0 0 0", "request at 1", "terminate at 0",
+                                      message(fmi2Error, "logAll", failure)));
 }
 
 TEST_F(InterfaceLibrary, AMessageWithoutTextIsEmptyAndOneWithoutAnInstanceIsIgnored) {
