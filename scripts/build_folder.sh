@@ -6,11 +6,11 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 # lock is gone with the last of their processes. False in such a command.
 take_turns() {
     [[ ${TESSARO_WORKS_IN-} != "$root" ]] || return 1
-    mkdir -p "$root/build"
+    mkdir -p "$root/build" || exit 1
     exec {turn}>>"$root/build/.turn"
     if ! flock --nonblock "$turn"; then
         echo "waiting for another command that works in $root/build"
-        flock "$turn"
+        flock "$turn" || exit 1
     fi
     export TESSARO_WORKS_IN=$root
 }

@@ -3,8 +3,8 @@
     scripts/lint.py BUILD_FOLDER    a folder configured with Clang, for its compile commands
 
 Most of the time would go into the same headers again and again, so the files of the library, of the program and of each
-other target are looked at together, as one unit that includes them all. A name that two of them define in two ways is found
-too, which a linker would not notice. Exit code: 1 if anything is found.
+other target are looked at together, those with the same options in one unit that includes them all. A name that two files of
+a unit define in two ways is found too, which a linker would not notice. Exit code: 1 if anything is found.
 """
 
 import json

@@ -14,7 +14,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/build_folder.sh"
 
 declare -A packages_of=(
-    [build]="g++ cmake ninja-build pkg-config libxml2-dev libsimbody-dev libfmt-dev libgtest-dev libgmock-dev \
+    [build]="g++ cmake make ninja-build pkg-config libxml2-dev libsimbody-dev libfmt-dev libgtest-dev libgmock-dev \
 libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev uuid-dev nlohmann-json3-dev patchelf python3 valgrind \
 groff-base"
     [python]="python3-venv"

@@ -69,7 +69,7 @@ TEST_F(InterfaceLibrary, AHalfCopiedLibraryIsReportedAndNotMapped) {
     }
 }
 
-TEST_F(InterfaceLibrary, TheErrorCodeIsTheLevelOfTheReportWhateverItIs) {
+TEST_F(InterfaceLibrary, TheErrorCodeIsTheLevelOfAReportBeyondTheKnownOnes) {
     static int code;
     start();
     solver.during(Entry::request).run([](void* handle, TScicosAccessAPI2& access) {

@@ -98,7 +98,8 @@ class Program(unittest.TestCase):
         self.run_program("check", "Rig.toml", code=1)
         self.run_program("pack", "none.toml", code=1)
         self.run_program("check", code=2)
-        self.run_program("pack", "--version=", "Rig.toml", "Rig.toml", code=2)
+        for words in (["--version=", "Rig.toml"], ["-o=Rig.fmu"], ["--output", "--json"]):
+            self.run_program("pack", *words, "Rig.toml", code=2)
 
     def test_pack_gives_findings_and_archive_as_json(self) -> None:
         self.pack()

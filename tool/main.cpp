@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fcntl.h>
@@ -193,14 +194,25 @@ private:
     }
 
     void addPack() {
+        // What the parser would take for a file: another option, or the rest of "-o=FILE".
+        const CLI::Validator file(
+            [](const std::string& word) {
+                return word.starts_with('-') || word.starts_with('=')
+                           ? fmt::format("{} is not taken for a file; ./{} would be one", inQuotes(word), word)
+                           : std::string();
+            },
+            "");
         CLI::App* command = addCommand("pack", "Make an FMU from a description", packExamples);
         command->add_option("FILE", pack_.description, "The description, a TOML file")->required();
-        command->add_option("-o,--output", pack_.output, "The archive (default: NAME.fmu in the working directory)");
-        command->add_option("--library", pack_.library,
-                            "libtessaro_fmu.so (default: the one that came with this program)");
+        command->add_option("-o,--output", pack_.output, "The archive (default: NAME.fmu in the working directory)")
+            ->check(file);
+        command
+            ->add_option("--library", pack_.library, "libtessaro_fmu.so (default: the one that came with this program)")
+            ->check(file);
         command->add_flag("--bundle", pack_.bundle, "Also put the libraries that the FMU needs into the archive");
         command->add_option("--version", pack_.version, "The model's version, in place of the description's");
-        command->add_option("--depfile", pack_.depfile, "Also write what the archive is made from, as a rule of make");
+        command->add_option("--depfile", pack_.depfile, "Also write what the archive is made from, as a rule of make")
+            ->check(file);
         addJson(command);
         command->callback([this] { makeFmu(); });
     }

@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <cmath>
 #include <set>
 #include <utility>
+#include <vector>
 
 namespace solver {
 

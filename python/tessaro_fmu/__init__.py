@@ -80,7 +80,7 @@ def pack(
     version: the model's version, in place of the description's
     library: another libtessaro_fmu.so than the one that comes with this module
 
-    Raises PackError if something is wrong in the description; then no archive is written.
+    Raises PackError if something is wrong in the description or an argument; then no archive is written.
     """
     given = {"--output": output, "--version": version, "--library": library}
     options = [f"{name}={os.fsdecode(value)}" for name, value in given.items() if value is not None]

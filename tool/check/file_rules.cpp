@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <map>
-#include <set>
 #include <system_error>
+#include <unordered_set>
 
 #include <cstring>
 

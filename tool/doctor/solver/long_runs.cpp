@@ -18,7 +18,7 @@ constexpr int firstRunsCounted = 5; ///< those before may fill caches
 constexpr int fewestSteps = 50;     ///< of the first run
 constexpr std::int64_t mostBytesOfARun = 16 << 10;
 constexpr std::int64_t mostBytesOfAStep = 1 << 10;
-constexpr std::int64_t mostBytesOfARunItself = 256 << 10; ///< what its steps may fill, however few they are
+constexpr std::int64_t leastBytesOfAllSteps = 256 << 10; ///< what its steps may fill, however few they are
 constexpr std::int32_t mostReals = 20'000;
 constexpr std::size_t mostSignalsShown = 200;
 
@@ -106,7 +106,7 @@ private:
     /// False when steps leave something; what runs leave would be the same again.
     bool isFrugal(const ResourceUse& before, const ResourceUse& after, int number) {
         const std::int64_t all = after.residentBytes - before.residentBytes, bytes = all / number;
-        const bool grows = bytes >= mostBytesOfAStep && all >= mostBytesOfARunItself;
+        const bool grows = bytes >= mostBytesOfAStep && all >= leastBytesOfAllSteps;
         const int descriptors = after.descriptors - before.descriptors;
         if (grows)
             context_.report.add("memory-grows",
