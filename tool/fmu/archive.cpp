@@ -47,9 +47,9 @@ void write(const fs::path& file, const std::vector<ArchiveEntry>& entries, zip_i
     const auto isCancelled = [](zip_t*, void*) { return isInterrupted() ? 1 : 0; };
     zip_register_cancel_callback_with_state(archive.get(), isCancelled, nullptr, nullptr);
     const bool written = zip_close(archive.get()) == 0;
+    if (written) (void)archive.release(); // it is freed, also when a signal came after the last look at isCancelled
     throwIfInterrupted();
     if (!written) fail("{} cannot be written: {}.", path.string(), zip_strerror(archive.get()));
-    (void)archive.release();
 }
 
 } // namespace
