@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <map>
 #include <system_error>
-#include <unordered_set>
+#include <unordered_map>
 
 #include <cstring>
 
@@ -107,7 +107,7 @@ void checkSymbols(const SharedObject& library, const std::vector<Dependency>& de
     for (const Dependency& dependency : dependencies)
         loaded.emplace(dependency.name, readSharedObject(dependency.path));
 
-    std::unordered_set<std::string> exports;
+    std::unordered_map<std::string, bool> exports;
     for (auto& [name, object] : loaded) {
         if (name != place.file) checkGlibc(object, inQuotes(name), place, report);
         if (!object.hasSections)
@@ -125,7 +125,7 @@ void checkSymbols(const SharedObject& library, const std::vector<Dependency>& de
 
 void checkFunctions(const SharedObject& library, const Place& place, Report& report) {
     for (const std::string_view function : functions)
-        if (!library.functions.contains(std::string(function)))
+        if (!library.hasFunction(std::string(function)))
             report.add("library-function", place, "The library does not export {}.", function);
 }
 

@@ -81,11 +81,11 @@ bool examineLoadedEntryPoints(const fs::path& file, const Place& place, Report& 
 bool examineEntryPoints(const SharedObject& library, const Place& place, Report& report) {
     bool isComplete = true;
     for (const std::string name : entryPointNames) {
-        if (library.functions.contains(name)) continue;
+        if (library.hasFunction(name)) continue;
         isComplete = false;
         const std::string mangled = fmt::format("_Z{}{}", name.size(), name);
         const bool isMangled = std::ranges::any_of(
-            library.functions, [&](const std::string& function) { return function.starts_with(mangled); });
+            library.exports, [&](const auto& symbol) { return symbol.second && symbol.first.starts_with(mangled); });
         if (isMangled)
             report.add("entry-point-missing", place, "The library has {} under a C++ name only.", name);
         else

@@ -56,8 +56,7 @@ void readSymbols(Elf* elf, const GElf_Shdr& header, Elf_Data* data, SharedObject
         room -= name.size();
 
         const bool isDefined = symbol.st_shndx != SHN_UNDEF;
-        if (isDefined) object.exports.insert(name);
-        if (isDefined && GELF_ST_TYPE(symbol.st_info) == STT_FUNC) object.functions.insert(name);
+        if (isDefined) object.exports[name] |= GELF_ST_TYPE(symbol.st_info) == STT_FUNC;
         if (!isDefined && binding != STB_WEAK) object.imports.insert(name);
     }
 }

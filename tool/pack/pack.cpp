@@ -34,7 +34,7 @@ namespace fs = std::filesystem;
 SharedObject inspectLibrary(const fs::path& library) {
     SharedObject object = readSharedObject(library);
     for (const char* function : {"fmi2Instantiate", "fmi2DoStep"})
-        if (!object.functions.contains(function))
+        if (!object.hasFunction(function))
             fail("{} is not libtessaro_fmu.so: it has no function {}.", library.string(), function);
     return object;
 }
