@@ -41,7 +41,7 @@ class Page:
     def add_figure(self, heading: str, figure: go.Figure, height: str) -> None:
         """A figure as wide as the page; the height is one of CSS."""
         self._add_heading(heading)
-        options = {"include_plotlyjs": False, "full_html": False, "default_height": height}
+        options = {"include_plotlyjs": False, "full_html": False, "default_height": height, "auto_play": False}
         self._sections.append(to_html(figure, CONFIGURATION, **options))
 
     def add_table(self, heading: str, columns: Sequence[str], rows: Iterable[Sequence[str | float]]) -> None:

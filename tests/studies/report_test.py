@@ -32,14 +32,16 @@ LOOK = """new Promise(done => requestAnimationFrame(() => setTimeout(() => {
 MOVE = """new Promise(done => {
   const plot = document.querySelector(".plotly-graph-div");
   const shape = () => [...plot.querySelectorAll(".trace path[d]")].map(path => path.getAttribute("d")).join();
-  const before = shape();
+  const before = shape(), frames = [];
+  plot.on("plotly_animatingframe", frame => frames.push(frame.name));
   [...plot.querySelectorAll(".updatemenu-button")].find(button => button.textContent == "Play")
     .dispatchEvent(new MouseEvent("click", { bubbles: true }));
   plot.on("plotly_animated", () => done({
-    moves: shape() != before, time: plot.querySelector(".slider-current-value, .slider-label").textContent
+    moves: shape() != before, once: new Set(frames).size == frames.length,
+    time: plot.querySelector(".slider-current-value, .slider-label").textContent
   }));
 })"""
-"""Presses "Play", waits for the end, and says whether anything has moved, and to which time."""
+"""Presses "Play", waits for the end, and says whether anything has moved, each frame once, and to which time."""
 
 POINT = """new Promise(done => {
   const plot = document.querySelector(".plotly-graph-div");
@@ -112,7 +114,7 @@ class Reports(unittest.TestCase):
 
     def assert_moves(self, page: Path, last: str) -> None:
         """The animation reaches its last picture, which is not the first one."""
-        self.assertEqual(self.open(page, MOVE).facts, {"moves": True, "time": last})
+        self.assertEqual(self.open(page, MOVE).facts, {"moves": True, "once": True, "time": last})
 
     def test_the_study_shows_the_parameters_at_the_pointer(self) -> None:
         page = draw_study(self.folder)
