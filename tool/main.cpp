@@ -6,6 +6,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <iostream>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -122,7 +123,8 @@ public:
         try {
             app_.parse(count, arguments);
         } catch (const CLI::Success& help) {
-            return app_.exit(help);
+            app_.exit(help); // prints it
+            if (!std::cout.flush()) fail("The output cannot be written: {}.", std::strerror(errno));
         } catch (const CLI::ParseError& error) {
             throw Misuse(fmt::format("{}. Run with --help for more information.", error.what()));
         }
