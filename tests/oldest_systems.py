@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Which versions of the C library and the C++ runtime compiled files need, by the versions of the symbols they import.
 
-oldest_systems.py README PROGRAM LIBRARY    fails if one needs a newer system than the README says
-oldest_systems.py --glibc FOLDER            prints the oldest glibc that works for all compiled files in a folder
+oldest_systems.py README PROGRAM LIBRARY
+oldest_systems.py --glibc README FOLDER     also prints the oldest glibc that works for all compiled files in a folder
 
-The first also looks at the libraries that PROGRAM needs, since they are bundled. Exit code 77: they are not those that
-releases are made with.
+Both fail if a file needs a newer system than the README says. The first also looks at the libraries that PROGRAM needs,
+since they are bundled. Exit code 77: those of this system are newer than the ones that releases are made with.
 """
 
 import platform
@@ -49,8 +49,19 @@ def promised(readme: Path, pattern: str) -> Version:
     return versions(match[1])
 
 
+def promised_to_all(readme: Path) -> Version:
+    return promised(readme, rf"the archive and the wheel glibc {NUMBER}")
+
+
+def oldest_glibc(readme: Path, folder: Path) -> Version:
+    found = max(newest_needed(file, "GLIBC") for file in folder.rglob("*") if is_compiled(file))
+    if found > (limit := promised_to_all(readme)):
+        sys.exit(f"{folder} needs glibc {dotted(found)}, the README says {dotted(limit)}: make it on an older system")
+    return found
+
+
 def main(readme: Path, program: Path, library: Path) -> None:
-    all_glibc = promised(readme, rf"the archive and the wheel glibc {NUMBER}")
+    all_glibc = promised_to_all(readme)
     if versions(platform.libc_ver()[1]) > all_glibc:
         print(f"releases are made on a system with an older glibc than {platform.libc_ver()[1]}")
         sys.exit(77)
@@ -70,7 +81,6 @@ def main(readme: Path, program: Path, library: Path) -> None:
 
 if __name__ == "__main__":
     if sys.argv[1] == "--glibc":
-        files = [file for file in Path(sys.argv[2]).rglob("*") if is_compiled(file)]
-        print(dotted(max(newest_needed(file, "GLIBC") for file in files)))
+        print(dotted(oldest_glibc(*map(Path, sys.argv[2:]))))
     else:
         main(*map(Path, sys.argv[1:]))
