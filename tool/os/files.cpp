@@ -5,17 +5,30 @@
 #include <cstring>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include "tool/os/interruption.h"
+#include "tool/os/temporary_folder.h"
 #include "tool/os/user_error.h"
 #include "util/internal/owners.h"
 
 namespace tool {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+/// Why not all could be written; empty when it could.
+std::string write(Stream stream, const std::string& content) {
+    if (!stream) return std::strerror(errno);
+    const bool written = std::fwrite(content.data(), 1, content.size(), stream.get()) == content.size();
+    return std::fclose(stream.release()) == 0 && written ? "" : std::strerror(errno);
+}
+
+} // namespace
 
 bool isRegularFile(const fs::path& path) {
     std::error_code ignored;
@@ -62,11 +75,26 @@ std::string readUserFile(const fs::path& path, std::uintmax_t largest) {
 void writeNewFile(const fs::path& path, const std::string& content) {
     Stream stream(std::fopen(path.c_str(), "wx"));
     if (!stream) fail("{} cannot be written: {}.", path.string(), std::strerror(errno));
-    const bool written = std::fwrite(content.data(), 1, content.size(), stream.get()) == content.size();
-    if (std::fclose(stream.release()) == 0 && written) return;
-    const std::string reason = std::strerror(errno);
-    fs::remove(path);
+    const std::string reason = write(std::move(stream), content);
+    if (reason.empty()) return;
+    std::error_code ignored;
+    fs::remove(path, ignored);
     fail("{} cannot be written: {}.", path.string(), reason);
+}
+
+void replaceFile(const fs::path& path, const std::string& content) {
+    std::error_code failure;
+    std::string reason;
+    if (fs::exists(path, failure) && !isRegularFile(path)) {
+        reason = write(Stream(std::fopen(path.c_str(), "wb")), content);
+    } else {
+        const TemporaryFolder folder(path);
+        const fs::path file = folder.path() / "file";
+        reason = write(Stream(std::fopen(file.c_str(), "wb")), content);
+        if (reason.empty()) fs::rename(file, path, failure);
+        if (failure) reason = failure.message();
+    }
+    if (!reason.empty()) fail("{} cannot be written: {}.", path.string(), reason);
 }
 
 } // namespace tool

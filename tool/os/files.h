@@ -31,4 +31,8 @@ std::string readUserFile(const std::filesystem::path& path, std::uintmax_t large
 /// Writes a file that does not exist yet. Throws UserError when it does, or cannot be written; nothing is left then.
 void writeNewFile(const std::filesystem::path& path, const std::string& content);
 
+/// Writes a file, or replaces it when the new one, which is made beside it, is complete. A pipe or a device is written
+/// to. Throws UserError when it cannot be written.
+void replaceFile(const std::filesystem::path& path, const std::string& content);
+
 } // namespace tool

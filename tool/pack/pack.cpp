@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <string_view>
 #include <system_error>
@@ -151,13 +149,11 @@ private:
     void writeDepfile() const {
         std::string rule = escaped(fs::absolute(result_.archive)) + ":";
         for (const fs::path& input : result_.inputs) rule += " \\\n  " + escaped(input);
-        errno = 0;
-        std::ofstream file(options_.depfile);
-        file << rule << "\n";
-        file.close();
-        if (!file)
-            report_.add("not-packed", {}, "{} cannot be written: {}.", options_.depfile.string(), std::strerror(errno))
-                .why("The archive was written without it.");
+        try {
+            replaceFile(options_.depfile, rule + "\n");
+        } catch (const UserError& error) {
+            report_.add("not-packed", {}, "{}", error.what()).why("The archive was written without it.");
+        }
     }
 
     void add(std::string name, std::string content, bool isExecutable = false) {
