@@ -32,6 +32,13 @@ bool isRegular(int file) {
 /// devices and pipes are for everybody.
 bool isInUse(int file) { return isRegular(file) && flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; }
 
+/// Keeps `errno`.
+void closeAfterFailure(int file) {
+    const int reason = errno;
+    ::close(file);
+    errno = reason;
+}
+
 /// Opens the first of the numbered files that no run writes to, and empties it. Returns null with `errno` set if it
 /// can't be opened; `path` becomes its name.
 std::FILE* openUnused(std::string& path) {
@@ -40,7 +47,11 @@ std::FILE* openUnused(std::string& path) {
         path = numbered(wanted, number);
         const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
         if (file < 0) return nullptr;
-        if (!isInUse(file) && (!isRegular(file) || ftruncate(file, 0) == 0)) return fdopen(file, "w");
+        if (!isInUse(file) && (!isRegular(file) || ftruncate(file, 0) == 0)) {
+            std::FILE* stream = fdopen(file, "w");
+            if (stream == nullptr) closeAfterFailure(file);
+            return stream;
+        }
         ::close(file);
     }
 }

@@ -15,6 +15,8 @@ namespace solver {
 
 namespace {
 
+using XmlString = std::unique_ptr<xmlChar, decltype([](xmlChar* string) { xmlFree(string); })>;
+
 std::string plain(const xmlChar* text) { return text != nullptr ? reinterpret_cast<const char*>(text) : ""; }
 
 /// The parser's own message without its line feed.
@@ -29,10 +31,8 @@ std::string parserMessage(xmlParserCtxt* context, int& line) {
 } // namespace
 
 std::string attributeText(xmlNode* element, const char* attribute) {
-    xmlChar* text = xmlGetNoNsProp(element, xml(attribute));
-    std::string result = plain(text);
-    xmlFree(text);
-    return result;
+    const XmlString text(xmlGetNoNsProp(element, xml(attribute)));
+    return plain(text.get());
 }
 
 std::optional<double> parseNumber(std::string_view text) {
@@ -78,9 +78,8 @@ std::string XmlDocument::text() const {
     int length = 0;
     xmlDocDumpMemoryEnc(document_.get(), &buffer, &length, "UTF-8");
     if (buffer == nullptr) throw std::bad_alloc();
-    std::string result(reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(length));
-    xmlFree(buffer);
-    return result;
+    const XmlString owner(buffer);
+    return {reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(length)};
 }
 
 std::string XmlDocument::resolve(const std::string& text) const {

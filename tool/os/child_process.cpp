@@ -83,20 +83,46 @@ private:
     int code = 0;
     try {
         task(report);
-    } catch (const std::exception& error) { // it must not go on into the parent's code
+    } catch (const std::exception& error) { // nothing goes on into the parent's code
         std::fprintf(stderr, "%s\n", error.what());
+        code = 1;
+    } catch (...) {
         code = 1;
     }
     std::fflush(nullptr);
     _exit(code);
 }
 
+/// A child process and the group that it leads. At the end of the scope all of it has ended.
+class ChildGroup {
+public:
+    explicit ChildGroup(pid_t leader) : leader_(leader) { setpgid(leader, leader); } // as the child: whoever is first
+    ~ChildGroup() {
+        kill(-leader_, SIGKILL);
+        if (!ended_) waitpid(leader_, nullptr, 0);
+    }
+    ChildGroup(const ChildGroup&) = delete;
+    ChildGroup& operator=(const ChildGroup&) = delete;
+
+    bool hasEnded() {
+        ended_ = ended_ || waitpid(leader_, &status_, WNOHANG) == leader_;
+        return ended_;
+    }
+
+    /// Of the child, when it has ended; as waitpid gives it.
+    int status() const { return status_; }
+
+private:
+    pid_t leader_;
+    bool ended_ = false;
+    int status_ = 0;
+};
+
 /// Waits for the end of the child, until `end` or until a signal comes, and takes what it writes meanwhile. True when
 /// it ended by itself.
-bool await(pid_t child, Clock::time_point end, const Pipe& report, const Pipe& output, ChildResult& result,
-           int& status) {
+bool await(ChildGroup& child, Clock::time_point end, const Pipe& report, const Pipe& output, ChildResult& result) {
     while (true) {
-        const bool ended = waitpid(child, &status, WNOHANG) == child; // first, so that the last words are taken below
+        const bool ended = child.hasEnded(); // first, so that the last words are taken below
         report.drain(result.report);
         output.drain(result.output);
         if (ended) return true;
@@ -124,22 +150,20 @@ ChildResult runInChild(const std::function<void(int report)>& task, double timeL
     Pipe report(Kept::begin);
     Pipe output(Kept::end);
     std::fflush(nullptr); // or the child would print it once more
-    const pid_t child = fork();
-    if (child < 0) fail("No child process can be started: {}.", std::strerror(errno));
-    if (child == 0) runTask(task, report.writing(), output.writing());
-    setpgid(child, child); // here and in the child: whoever is first
+    const pid_t process = fork();
+    if (process < 0) fail("No child process can be started: {}.", std::strerror(errno));
+    if (process == 0) runTask(task, report.writing(), output.writing());
+    ChildGroup child(process);
     report.closeWriting();
     output.closeWriting();
 
     ChildResult result;
-    int status = 0;
     const auto end =
         Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(timeLimit));
-    result.timedOut = !await(child, end, report, output, result, status);
-    kill(-child, SIGKILL);
-    if (result.timedOut) waitpid(child, &status, 0);
+    result.timedOut = !await(child, end, report, output, result);
     throwIfInterrupted();
 
+    const int status = child.status();
     if (!result.timedOut && WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
     if (!result.timedOut && WIFSIGNALED(status)) result.signal = WTERMSIG(status);
     return result;

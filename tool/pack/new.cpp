@@ -104,8 +104,9 @@ void writeStarter(const std::string& name, const fs::path& folder) {
     writeNewFile(description, withName(starterDescription, name));
     try {
         writeNewFile(modelTemplate, withName(starterTemplate, name));
-    } catch (const UserError&) {
-        fs::remove(description);
+    } catch (...) {
+        std::error_code ignored;
+        fs::remove(description, ignored);
         throw;
     }
 }
