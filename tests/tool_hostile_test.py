@@ -187,7 +187,7 @@ class Hostile(unittest.TestCase):
         self.assertIn(f"/dev/full cannot be written: {full}", self.output(*pack, "--depfile", "/dev/full"))
         self.assertRegex(self.output("check", "M.fmu", file_size=1000), f'"[^"]+" cannot be written to tmp/.*: {large}')
         self.assertIn(f"N.toml cannot be written: {large}", self.output("new", "N", file_size=1000))
-        for call in ("check M.fmu", "info M.fmu", "help", "--help", "man-page", "pack m --json", "check --json M.fmu --nothing"):
+        for call in ("check M.fmu", "info M.fmu", "help", "--help", "--version", "man-page", "pack m --json", "check --json M.fmu --nothing"):
             printed = subprocess.run(f"{shlex.quote(PROGRAM)} {call} >/dev/full", shell=True, stderr=subprocess.PIPE, text=True).stderr
             self.assertIn(f": {full}", printed, call)
         self.assertEqual(sorted(os.listdir()), ["M.fmu", "d", "m", "pipe", "tmp"])

@@ -60,7 +60,7 @@ void checkVersion(const std::string& version) {
 }
 
 void flush(std::FILE* stream) {
-    if (std::fflush(stream) != 0) fail("The findings cannot be written: {}.", std::strerror(errno));
+    if (std::fflush(stream) != 0) fail("The output cannot be written: {}.", std::strerror(errno));
 }
 
 /// A command line that makes no sense; the text is a sentence.
@@ -347,7 +347,10 @@ int failed(const std::string& reason) {
 /// A command line that makes no sense is answered in the form that it asks for.
 int answer(const Misuse& misuse, int count, char** arguments) {
     const auto isJson = [](const char* argument) { return std::string_view(argument) == "--json"; };
-    if (std::none_of(arguments, arguments + count, isJson)) return failed(misuse.what()), misused;
+    if (std::none_of(arguments, arguments + count, isJson)) {
+        failed(misuse.what());
+        return misused;
+    }
     Report report;
     report.add("usage", {}, "{}", misuse.what());
     write(toJson(report, ""), stdout);

@@ -37,7 +37,7 @@ MOVE = """new Promise(done => {
   [...plot.querySelectorAll(".updatemenu-button")].find(button => button.textContent == "Play")
     .dispatchEvent(new MouseEvent("click", { bubbles: true }));
   plot.on("plotly_animated", () => done({
-    moves: shape() != before, once: new Set(frames).size == frames.length,
+    moves: shape() != before, once: frames.length > 1 && new Set(frames).size == frames.length,
     time: plot.querySelector(".slider-current-value, .slider-label").textContent
   }));
 })"""
