@@ -1,4 +1,4 @@
-# What an installation brings along for machines that lack it.
+# What an installation brings along for machines that do not have it.
 #
 # TESSARO_BUNDLE is a regular expression of the names of libraries; "." is all but the C library. `cmake --install` copies
 # those that the program and the library need to LIBDIR/tessaro-fmu, where they find each other, and the licences of

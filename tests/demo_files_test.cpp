@@ -73,7 +73,7 @@ TEST(ModelFile, OnlyOneThatFmuBatchMadeIsRemoved) {
     }
 }
 
-TEST(Reset, AThousandBeginAtRestAndTakeNoMemory) {
+TEST(DemoReset, AThousandBeginAtRestAndTakeNoMemory) {
     const Folder folder;
     fs::copy_file(fs::path(TESSARO_DEMO_MODELS) / "quarter_car/QuarterCar.mdl", folder.path / "QuarterCar.xml");
     Instance car(folder.path / "QuarterCar.xml", folder.path / "result.csv");

@@ -30,7 +30,6 @@ def main(folder: Path) -> None:
     if len(rows) < 100 or not min(positions) < -0.05 < 0.05 < max(positions):
         sys.exit(f"The mass does not swing: {len(rows)} rows, from {min(positions)} to {max(positions)}")
 
-
     (folder / "packaging").mkdir()
     run_block("docs/packaging.md", "# Making an FMU", "sh", folder / "packaging", f"{ROOT}/build/release:{os.environ['PATH']}")
     found = json.loads((folder / "packaging/findings.json").read_text())

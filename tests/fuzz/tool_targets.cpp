@@ -83,7 +83,7 @@ void compareWithReaders(const Layout& layout, const fs::path& resources) {
     compare(layout.outputs, shape->nOutputPorts, shape->outputPortWidth, shape->outputPortOffset);
 }
 
-/// What a description makes is checked without an error, but for the library, which isn't there.
+/// What a description makes is checked without an error, but for the library, which is not in the FMU.
 void description(const std::string& text) {
     const fs::path fmu = working() / "fmu", resources = fmu / "resources", toml = working() / "m.toml";
     for (const char* name : {"t", "r", "d/f"}) writeFile(working() / name, "x");

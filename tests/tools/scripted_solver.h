@@ -18,12 +18,19 @@ enum class Thrown { nothing, standardException, number, ownClass };
 class Behaviour {
 public:
     Behaviour& run(std::function<void(void* handle, TScicosAccessAPI2& access)> what) {
-        return action = std::move(what), *this;
+        action = std::move(what);
+        return *this;
     }
     Behaviour& report(int messageLevel, const std::string& message) {
-        return reports = true, level = messageLevel, text = message, *this;
+        reports = true;
+        level = messageLevel;
+        text = message;
+        return *this;
     }
-    Behaviour& raise(Thrown what) { return thrown = what, *this; }
+    Behaviour& raise(Thrown what) {
+        thrown = what;
+        return *this;
+    }
 
     std::function<void(void* handle, TScicosAccessAPI2& access)> action;
     bool reports = false;

@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <unordered_set>
 
 #include "tool/check/rules.h"

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 /// Where the FMU's files are or will be. False when they cannot be anywhere.
 bool examinePlace(const fs::path& fmu, Report& report) {
-    if (isBehindClosedFolder(fmu / resourcesFolder, report)) return false;
+    if (isInClosedFolder(fmu / resourcesFolder, report)) return false;
     if (!isFolder(fmu)) return examineTemporaryFolder(report);
     const fs::path resources = fs::absolute(fmu / resourcesFolder).lexically_normal();
     refusesToRun(fs::absolute(fmu), "the FMU", report, "Unpack it to a folder on another file system.");

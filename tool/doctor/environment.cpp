@@ -32,7 +32,7 @@ bool examineRoot(const char* root, const Installation& installation, Report& rep
                    installation.overlongVariable, pathBufferSize - 1);
         return false;
     }
-    if (*root != '\0' && !isFolder(root) && isBehindClosedFolder(root, report)) return false;
+    if (*root != '\0' && !isFolder(root) && isInClosedFolder(root, report)) return false;
     if (!isFolder(root)) {
         report.add("root-missing", {}, "KORVAN_FMU_ROOT does not name a folder: {}.", inQuotes(root));
         return false;
@@ -76,7 +76,7 @@ fs::path examineDirectory(const Directory& directory, const std::vector<std::str
 void examineCommonFolder(const SolverInstallation& found, const Directory& directory, Report& report) {
     if (isFolder(found.commonFolder))
         report.note("common libraries", fmt::format("{}\n{}", found.commonFolder.string(), directory.origin()));
-    else if (!isBehindClosedFolder(found.commonFolder, report))
+    else if (!isInClosedFolder(found.commonFolder, report))
         report.add("common-folder-missing", {}, "The solver's common libraries should be in {}, which is not a folder.",
                    found.commonFolder.string());
 }

@@ -109,7 +109,7 @@ void examineRuntime(const fs::path& file, const SharedObject& library, const Pla
 }
 
 void reportMissingLibrary(const SolverInstallation& installation, const Place& place, Report& report) {
-    if (isBehindClosedFolder(installation.interfaceLibrary.parent_path(), report)) return;
+    if (isInClosedFolder(installation.interfaceLibrary.parent_path(), report)) return;
     const fs::path own = installation.root / installation::solverDirectory / installation.interfaceLibrary.filename();
     Report::Added added = report.add("interface-library-missing", place, "The interface library does not exist.");
     if (isRegularFile(own)) added.fix("The installation has one: unset NUSOL_DLL_DIR.");

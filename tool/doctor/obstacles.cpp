@@ -18,7 +18,7 @@ bool isClosed(const fs::path& folder) {
 
 } // namespace
 
-bool isBehindClosedFolder(const fs::path& path, Report& report) {
+bool isInClosedFolder(const fs::path& path, Report& report) {
     fs::path folder;
     for (const fs::path& part : fs::absolute(path).lexically_normal()) {
         folder /= part;

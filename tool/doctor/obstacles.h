@@ -9,7 +9,7 @@
 namespace tool {
 
 /// True, with a finding, when a folder on the way to a path may not be entered by the user who runs this.
-bool isBehindClosedFolder(const std::filesystem::path& path, Report& report);
+bool isInClosedFolder(const std::filesystem::path& path, Report& report);
 
 /// Whether a folder is on a file system that is mounted noexec.
 bool isNoexec(const std::filesystem::path& folder);

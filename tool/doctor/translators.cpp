@@ -94,7 +94,7 @@ std::optional<Fault> faultOf(const fs::path& translator) {
 
 void reportMissingTranslator(const SolverInstallation& installation, bool needed, Report& report) {
     for (const char* folder : installation::translatorDirectories)
-        if (isBehindClosedFolder((installation.root / folder / installation::translator).parent_path(), report)) return;
+        if (isInClosedFolder((installation.root / folder / installation::translator).parent_path(), report)) return;
     if (!needed) return report.note("translator", "none; this FMU's model file is there, so none is needed");
     report.add("translator-missing", {}, "There is no translator: neither {0}/{1}/{3} nor {0}/{2}/{3}.",
                installation.root.string(), installation::translatorDirectories[0],

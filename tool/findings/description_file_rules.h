@@ -16,7 +16,7 @@ inline constexpr Rule descriptionFileRules[] = {
      "The FMU looks for its model's name at the first \"modelName\" in modelDescription.xml.", "Use another word."},
     {"texts-length", Severity::error,
      "They precede the model's name in one line of modelDescription.xml, of which the library reads 1023 bytes.",
-     "Shorten the texts."},
+     "Shorten them."},
     {"file-missing", Severity::error, "The archive would be incomplete.", "Paths count from the description's folder."},
     {"file-duplicate", Severity::error, "Files are put into the resources without their folders.",
      "Rename one of them."},

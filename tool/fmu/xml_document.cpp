@@ -1,7 +1,6 @@
 #include "tool/fmu/xml_document.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <limits>
 #include <memory>

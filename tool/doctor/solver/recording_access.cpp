@@ -13,8 +13,8 @@ namespace {
 enum MessageLevel : int { information, warning, error, fatal };
 
 std::string shownText(const char* text) {
-    if (text == nullptr) return "(the text is null)";
-    return *text != '\0' ? text : "(the text is empty)";
+    if (text == nullptr) return "(a null pointer)";
+    return *text != '\0' ? text : "(empty)";
 }
 
 } // namespace
@@ -136,7 +136,7 @@ void RecordingAccess::MessageHandler(void* handle, const char* text, int level) 
 /// What reaches the master's log has to be a text that it can show.
 void RecordingAccess::checkText(const char* text, const std::string& place) {
     if (text == nullptr)
-        report_.add("message-text", fmt::format("A message{} has a null text.", place));
+        report_.add("message-text", fmt::format("A message{} is a null pointer.", place));
     else if (xmlCheckUTF8(reinterpret_cast<const unsigned char*>(text)) == 0)
         report_.add("message-text", fmt::format("A message{} is not UTF-8: {}.", place, inQuotes(text)));
 }

@@ -54,7 +54,7 @@ bool SessionReport::isNew(std::string_view rule, const std::string& text) {
     if (isQuiet_) return false;
     const std::lock_guard lock(mutex_);
     const std::string name(rule);
-    if (rules_.count(name) >= mostFactsOfARule || !told_.insert(name + '\n' + text).second) return false;
+    if (rules_.count(name) >= mostFactsOfARule || !known_.insert(name + '\n' + text).second) return false;
     rules_.insert(name);
     return true;
 }

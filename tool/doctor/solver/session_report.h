@@ -49,7 +49,7 @@ private:
     std::atomic<bool> isQuiet_ = false;
     std::mutex mutex_;
     std::string situation_;
-    std::set<std::string> told_;
+    std::set<std::string> known_;
     std::multiset<std::string> rules_;
 };
 

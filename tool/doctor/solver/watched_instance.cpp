@@ -132,7 +132,7 @@ void WatchedInstance::reportOmissions(std::string_view entryPoint, bool isStart,
         if (const std::string signals = unwritten(Use::output, i); !signals.empty()) {
             report.add(isStart ? RuleName("no-initial-outputs") : RuleName("output-not-written"),
                        fmt::format("{} does not write output port {}, {}.", entryPoint, i, signals));
-        } else if (!isStart && lacksDerivatives(i)) {
+        } else if (!isStart && hasNoDerivatives(i)) {
             report.add("derivative-not-written",
                        fmt::format("{} does not write all derivatives of output port {}.", entryPoint, i));
         }
@@ -149,7 +149,7 @@ bool WatchedInstance::isChanged(std::size_t begin, std::size_t end) const {
 }
 
 /// Only derivatives that masters can read count.
-bool WatchedInstance::lacksDerivatives(int port) const {
+bool WatchedInstance::hasNoDerivatives(int port) const {
     const int order = orders_[static_cast<std::size_t>(port)];
     return (order >= 1 && !unwritten(Use::first, port).empty()) ||
            (order >= 2 && !unwritten(Use::second, port).empty());

@@ -68,7 +68,7 @@ private:
     void turnMark(std::size_t real);
     void place(std::int64_t firstReal, const Port& port, Use use);
     std::string unwritten(Use use, int port) const;
-    bool lacksDerivatives(int port) const;
+    bool hasNoDerivatives(int port) const;
     bool isChanged(std::size_t position) const;
     bool isChanged(std::size_t begin, std::size_t end) const;
     void reportWrite(std::size_t real, std::string_view entryPoint, SessionReport& report) const;
