@@ -22,7 +22,7 @@ groff-base"
     [browser]="chromium fonts-dejavu-core"
     [checks]="clang clang-format clang-tidy libclang-rt-dev libbenchmark-dev procps"
     [benchmarks]="libbenchmark-dev"
-    [release]="python3-venv dpkg-dev file debootstrap"
+    [release]="python3-venv dpkg-dev file git debootstrap"
 )
 
 groups="build, python, masters, browser, checks, benchmarks, release"
