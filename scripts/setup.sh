@@ -18,7 +18,7 @@ declare -A packages_of=(
 libcli11-dev libtomlplusplus-dev libzip-dev libelf-dev uuid-dev nlohmann-json3-dev patchelf python3 valgrind \
 groff-base"
     [python]="python3-venv"
-    [masters]="python3-venv libtbb12"
+    [masters]="python3-venv libtbb12 unzip"
     [browser]="chromium fonts-dejavu-core"
     [checks]="clang clang-format clang-tidy libclang-rt-dev libbenchmark-dev procps"
     [benchmarks]="libbenchmark-dev"
